@@ -1,0 +1,21 @@
+# Installed files: libraries, headers, pkg-config file, CMake package, tool with its manual page.
+include(CMakePackageConfigHelpers)
+
+set(LUMIPMI_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/lumipmi)
+
+set(LUMIPMI_PC_DRIVER "-L\${libdir} -llumipmi-driver")
+install(TARGETS lumipmi lumipmi_static lumipmi_driver lumipmi_driver_static lumipmi_headers EXPORT lumipmi
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY include/lumipmi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(EXPORT lumipmi NAMESPACE lumipmi:: DESTINATION ${LUMIPMI_INSTALL_CMAKE} FILE lumipmi-targets.cmake)
+configure_package_config_file(cmake/lumipmi-config.cmake.in lumipmi-config.cmake
+  INSTALL_DESTINATION ${LUMIPMI_INSTALL_CMAKE})
+write_basic_package_version_file(lumipmi-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/lumipmi-config.cmake ${PROJECT_BINARY_DIR}/lumipmi-config-version.cmake
+        DESTINATION ${LUMIPMI_INSTALL_CMAKE})
+configure_file(cmake/lumipmi.pc.in lumipmi.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/lumipmi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(TARGET lumipmi_tool)
+  install(TARGETS lumipmi_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES docs/lumipmi.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
