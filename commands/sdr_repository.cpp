@@ -12,7 +12,7 @@ static constexpr Status kShort = IPMI_STATUS_BMC_RESPOSE_UNAVAILABE;
 
 extern "C" uint32_t ipmi_storage_get_sdr_repository_info(IpmiHandle* handle, IpmiSdrRepositoryInfo* info) {
   if (handle == nullptr || info == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  *info = {};
+  std::memset(info, 0, sizeof *info);  // padding included
 
   Exchange ex(handle, NetFn::Storage, 0x20, Privilege::User);
   LUMI_TRY(ex.send(Reply::at_least(14, kShort)));

@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <cstring>
 
 #include "core/bytes.hpp"
 #include "core/status.hpp"
@@ -86,7 +87,7 @@ extern "C" uint32_t ipmi_storage_read_ipmi_fru_data(IpmiHandle* handle, uint8_t 
 
 extern "C" uint32_t ipmi_get_fru_info(IpmiHandle* handle, uint8_t fruId, IpmiFruInfo* info) {
   if (handle == nullptr || info == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  *info = {};  // callers release the record after any failure
+  std::memset(info, 0, sizeof *info);  // callers release the record after any failure
 
   IpmiFruInventoryInfo inventory;
   LUMI_TRY(ipmi_storage_get_fru_inventory_info(handle, fruId, &inventory));

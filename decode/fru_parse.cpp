@@ -157,7 +157,7 @@ Status copy_internal_use(IpmiFruInfo& info, uint16_t length, const uint8_t* imag
 
 extern "C" uint32_t ipmi_parse_ipmi_fru_data(IpmiFruInfo* info, uint16_t length, const uint8_t* image) {
   if (info == nullptr || image == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  *info = {};
+  std::memset(info, 0, sizeof *info);
   if (length < kHeaderSize || (image[0] & kFormatReserved) != 0 || byte_sum(image, kHeaderSize, 0) != 0)
     return IPMI_STATUS_APP_INVALID_FORMAT;
 
