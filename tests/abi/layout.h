@@ -1,0 +1,241 @@
+/* Sizes and offsets of every public record on a 64-bit target. Included by a C and a C++ translation unit, which
+ * compile for x86-64 and aarch64 alike; a line that fails is a broken ABI. */
+#include <stddef.h>
+
+#include "lumipmi/lumipmi.h"
+
+#ifdef __cplusplus
+#define LUMI_ASSERT(condition, text) static_assert(condition, text)
+#else
+#define LUMI_ASSERT(condition, text) _Static_assert(condition, text)
+#endif
+#define LUMI_RECORD(type, size) LUMI_ASSERT(sizeof(type) == (size), #type " is " #size " bytes")
+#define LUMI_FIELD(type, field, offset) LUMI_ASSERT(offsetof(type, field) == (offset), #type "." #field " at " #offset)
+
+LUMI_RECORD(IpmiConnectParams, 8);
+LUMI_FIELD(IpmiConnectParams, interfaceType, 0);
+LUMI_FIELD(IpmiConnectParams, reserved, 4);
+LUMI_FIELD(IpmiConnectParams, retryCount, 6);
+LUMI_FIELD(IpmiConnectParams, spare, 7);
+
+LUMI_RECORD(IpmiHandle, 24);
+LUMI_FIELD(IpmiHandle, params, 0);
+LUMI_FIELD(IpmiHandle, bmcAddress, 8);
+LUMI_FIELD(IpmiHandle, ipmiVersionLevel, 12);
+LUMI_FIELD(IpmiHandle, workArea, 16);
+
+LUMI_RECORD(IpmiRequest, 24);
+LUMI_FIELD(IpmiRequest, kind, 0);
+LUMI_FIELD(IpmiRequest, reserved, 4);
+LUMI_FIELD(IpmiRequest, rsAddr, 8);
+LUMI_FIELD(IpmiRequest, rsLun, 9);
+LUMI_FIELD(IpmiRequest, netFn, 10);
+LUMI_FIELD(IpmiRequest, cmd, 11);
+LUMI_FIELD(IpmiRequest, dataLength, 12);
+LUMI_FIELD(IpmiRequest, data, 16);
+
+LUMI_RECORD(IpmiResponse, 16);
+LUMI_FIELD(IpmiResponse, completionCode, 0);
+LUMI_FIELD(IpmiResponse, dataLength, 2);
+LUMI_FIELD(IpmiResponse, data, 8);
+
+LUMI_RECORD(IpmiRawCommand, 16);
+LUMI_FIELD(IpmiRawCommand, rsAddr, 0);
+LUMI_FIELD(IpmiRawCommand, rsLun, 1);
+LUMI_FIELD(IpmiRawCommand, netFn, 2);
+LUMI_FIELD(IpmiRawCommand, cmd, 3);
+LUMI_FIELD(IpmiRawCommand, dataLength, 4);
+LUMI_FIELD(IpmiRawCommand, data, 8);
+
+LUMI_RECORD(IpmiRawResponse, 16);
+LUMI_FIELD(IpmiRawResponse, completionCode, 0);
+LUMI_FIELD(IpmiRawResponse, dataLength, 1);
+LUMI_FIELD(IpmiRawResponse, data, 8);
+
+LUMI_RECORD(IpmiDeviceId, 18);
+LUMI_FIELD(IpmiDeviceId, deviceId, 0);
+LUMI_FIELD(IpmiDeviceId, providesSdrs, 1);
+LUMI_FIELD(IpmiDeviceId, deviceAvailable, 2);
+LUMI_FIELD(IpmiDeviceId, deviceRevision, 3);
+LUMI_FIELD(IpmiDeviceId, firmwareMajor, 4);
+LUMI_FIELD(IpmiDeviceId, firmwareMinor, 5);
+LUMI_FIELD(IpmiDeviceId, ipmiVersion, 6);
+LUMI_FIELD(IpmiDeviceId, additionalSupport, 7);
+LUMI_FIELD(IpmiDeviceId, manufacturerIdLow, 8);
+LUMI_FIELD(IpmiDeviceId, manufacturerIdHigh, 10);
+LUMI_FIELD(IpmiDeviceId, productId, 11);
+LUMI_FIELD(IpmiDeviceId, auxPresent, 13);
+LUMI_FIELD(IpmiDeviceId, auxFirmwareRevision, 14);
+
+LUMI_RECORD(IpmiSelfTestResult, 8);
+LUMI_FIELD(IpmiSelfTestResult, detail, 4);
+
+LUMI_RECORD(IpmiTimeval, 16);
+LUMI_FIELD(IpmiTimeval, seconds, 0);
+LUMI_FIELD(IpmiTimeval, microseconds, 8);
+
+LUMI_RECORD(IpmiSelInfo, 32);
+LUMI_FIELD(IpmiSelInfo, version, 0);
+LUMI_FIELD(IpmiSelInfo, entries, 2);
+LUMI_FIELD(IpmiSelInfo, free_space, 4);
+LUMI_FIELD(IpmiSelInfo, last_add_time, 8);
+LUMI_FIELD(IpmiSelInfo, last_erase_time, 16);
+LUMI_FIELD(IpmiSelInfo, overflow, 24);
+LUMI_FIELD(IpmiSelInfo, operation_support, 25);
+
+LUMI_RECORD(IpmiSelAllocationInfo, 10);
+LUMI_FIELD(IpmiSelAllocationInfo, total_units, 0);
+LUMI_FIELD(IpmiSelAllocationInfo, unit_size, 2);
+LUMI_FIELD(IpmiSelAllocationInfo, free_units, 4);
+LUMI_FIELD(IpmiSelAllocationInfo, largest_free_block, 6);
+LUMI_FIELD(IpmiSelAllocationInfo, max_record_size, 8);
+
+LUMI_RECORD(IpmiSelEntry, 32);
+LUMI_FIELD(IpmiSelEntry, record_id, 0);
+LUMI_FIELD(IpmiSelEntry, record_type, 2);
+LUMI_FIELD(IpmiSelEntry, body, 8);
+LUMI_FIELD(IpmiSelSystemEvent, timestamp, 0);
+LUMI_FIELD(IpmiSelSystemEvent, generator_id_type, 8);
+LUMI_FIELD(IpmiSelSystemEvent, generator_id, 12);
+LUMI_FIELD(IpmiSelSystemEvent, generator_lun, 13);
+LUMI_FIELD(IpmiSelSystemEvent, generator_channel, 14);
+LUMI_FIELD(IpmiSelSystemEvent, evm_rev, 15);
+LUMI_FIELD(IpmiSelSystemEvent, sensor_type, 16);
+LUMI_FIELD(IpmiSelSystemEvent, sensor_number, 17);
+LUMI_FIELD(IpmiSelSystemEvent, event_dir, 18);
+LUMI_FIELD(IpmiSelSystemEvent, event_type, 19);
+LUMI_FIELD(IpmiSelSystemEvent, event_data, 20);
+LUMI_FIELD(IpmiSelOemTimestamped, manufacturer_id, 8);
+LUMI_FIELD(IpmiSelOemTimestamped, oem_data, 11);
+
+LUMI_RECORD(IpmiSdrRepositoryInfo, 32);
+LUMI_FIELD(IpmiSdrRepositoryInfo, version, 0);
+LUMI_FIELD(IpmiSdrRepositoryInfo, record_count, 2);
+LUMI_FIELD(IpmiSdrRepositoryInfo, free_space, 4);
+LUMI_FIELD(IpmiSdrRepositoryInfo, last_add_time, 8);
+LUMI_FIELD(IpmiSdrRepositoryInfo, last_erase_time, 16);
+LUMI_FIELD(IpmiSdrRepositoryInfo, update_support, 24);
+LUMI_FIELD(IpmiSdrRepositoryInfo, overflow, 28);
+LUMI_FIELD(IpmiSdrRepositoryInfo, operation_support, 29);
+
+LUMI_RECORD(IpmiFruInventoryInfo, 8);
+LUMI_FIELD(IpmiFruInventoryInfo, area_size, 0);
+LUMI_FIELD(IpmiFruInventoryInfo, access_by_words, 4);
+
+LUMI_RECORD(IpmiFruField, 16);
+LUMI_FIELD(IpmiFruField, type_code, 0);
+LUMI_FIELD(IpmiFruField, length, 1);
+LUMI_FIELD(IpmiFruField, data, 8);
+
+LUMI_RECORD(IpmiFruInfo, 328);
+LUMI_FIELD(IpmiFruInfo, format_version, 0);
+LUMI_FIELD(IpmiFruInfo, internal_use_offset, 2);
+LUMI_FIELD(IpmiFruInfo, chassis_offset, 4);
+LUMI_FIELD(IpmiFruInfo, board_offset, 6);
+LUMI_FIELD(IpmiFruInfo, product_offset, 8);
+LUMI_FIELD(IpmiFruInfo, multirecord_offset, 10);
+LUMI_FIELD(IpmiFruInfo, pad, 12);
+LUMI_FIELD(IpmiFruInfo, internal_use_length, 14);
+LUMI_FIELD(IpmiFruInfo, internal_use_data, 16);
+LUMI_FIELD(IpmiFruInfo, chassis_format_version, 24);
+LUMI_FIELD(IpmiFruInfo, chassis_area_length, 25);
+LUMI_FIELD(IpmiFruInfo, chassis_type, 28);
+LUMI_FIELD(IpmiFruInfo, chassis_part_number, 32);
+LUMI_FIELD(IpmiFruInfo, chassis_serial_number, 48);
+LUMI_FIELD(IpmiFruInfo, chassis_custom_count, 64);
+LUMI_FIELD(IpmiFruInfo, chassis_custom_fields, 72);
+LUMI_FIELD(IpmiFruInfo, board_format_version, 80);
+LUMI_FIELD(IpmiFruInfo, board_area_length, 81);
+LUMI_FIELD(IpmiFruInfo, board_language_code, 82);
+LUMI_FIELD(IpmiFruInfo, board_manufacturing_time, 88);
+LUMI_FIELD(IpmiFruInfo, board_manufacturer, 96);
+LUMI_FIELD(IpmiFruInfo, board_product_name, 112);
+LUMI_FIELD(IpmiFruInfo, board_serial_number, 128);
+LUMI_FIELD(IpmiFruInfo, board_part_number, 144);
+LUMI_FIELD(IpmiFruInfo, board_fru_file_id, 160);
+LUMI_FIELD(IpmiFruInfo, board_custom_count, 176);
+LUMI_FIELD(IpmiFruInfo, board_custom_fields, 184);
+LUMI_FIELD(IpmiFruInfo, product_format_version, 192);
+LUMI_FIELD(IpmiFruInfo, product_area_length, 193);
+LUMI_FIELD(IpmiFruInfo, product_language_code, 194);
+LUMI_FIELD(IpmiFruInfo, product_manufacturer, 200);
+LUMI_FIELD(IpmiFruInfo, product_name, 216);
+LUMI_FIELD(IpmiFruInfo, product_part_number, 232);
+LUMI_FIELD(IpmiFruInfo, product_version, 248);
+LUMI_FIELD(IpmiFruInfo, product_serial_number, 264);
+LUMI_FIELD(IpmiFruInfo, product_asset_tag, 280);
+LUMI_FIELD(IpmiFruInfo, product_fru_file_id, 296);
+LUMI_FIELD(IpmiFruInfo, product_custom_count, 312);
+LUMI_FIELD(IpmiFruInfo, product_custom_fields, 320);
+
+LUMI_RECORD(IpmiEntity, 8);
+LUMI_RECORD(IpmiDeviceEntity, 12);
+LUMI_RECORD(IpmiSdrInfo, 112);
+LUMI_FIELD(IpmiSdrInfo, record_id, 0);
+LUMI_FIELD(IpmiSdrInfo, sdr_version, 2);
+LUMI_FIELD(IpmiSdrInfo, record_type, 3);
+LUMI_FIELD(IpmiSdrInfo, body, 4);
+LUMI_FIELD(IpmiSdrInfo, body.full.owner_lun, 6);
+LUMI_FIELD(IpmiSdrInfo, body.full.entity_is_logical, 9);
+LUMI_FIELD(IpmiSdrInfo, body.full.entity, 12);
+LUMI_FIELD(IpmiSdrInfo, body.full.init_scanning, 20);
+LUMI_FIELD(IpmiSdrInfo, body.full.ignore_if_entity_absent, 27);
+LUMI_FIELD(IpmiSdrInfo, body.full.sensor_type, 32);
+LUMI_FIELD(IpmiSdrInfo, body.full.assertion_mask, 34);
+LUMI_FIELD(IpmiSdrInfo, body.full.threshold_comparison_mask, 38);
+LUMI_FIELD(IpmiSdrInfo, body.full.settable_threshold_mask, 39);
+LUMI_FIELD(IpmiSdrInfo, body.full.readable_threshold_mask, 40);
+LUMI_FIELD(IpmiSdrInfo, body.full.analog_data_format, 44);
+LUMI_FIELD(IpmiSdrInfo, body.full.rate_unit, 48);
+LUMI_FIELD(IpmiSdrInfo, body.full.tolerance, 54);
+LUMI_FIELD(IpmiSdrInfo, body.full.m, 56);
+LUMI_FIELD(IpmiSdrInfo, body.full.b, 58);
+LUMI_FIELD(IpmiSdrInfo, body.full.b_exponent, 60);
+LUMI_FIELD(IpmiSdrInfo, body.full.result_exponent, 61);
+LUMI_FIELD(IpmiSdrInfo, body.full.precision, 62);
+LUMI_FIELD(IpmiSdrInfo, body.full.analog_flags, 65);
+LUMI_FIELD(IpmiSdrInfo, body.full.nominal_reading, 66);
+LUMI_FIELD(IpmiSdrInfo, body.full.upper_non_recoverable, 76);
+LUMI_FIELD(IpmiSdrInfo, body.full.positive_hysteresis, 88);
+LUMI_FIELD(IpmiSdrInfo, body.full.oem, 90);
+LUMI_FIELD(IpmiSdrInfo, body.full.id_string, 93);
+LUMI_FIELD(IpmiSdrInfo, body.compact.fru_owner_lun, 9);
+LUMI_FIELD(IpmiSdrInfo, body.compact.entity_is_logical, 10);
+LUMI_FIELD(IpmiSdrInfo, body.compact.entity, 12);
+LUMI_FIELD(IpmiSdrInfo, body.compact.sensor_type, 32);
+LUMI_FIELD(IpmiSdrInfo, body.compact.reading_mask, 38);
+LUMI_FIELD(IpmiSdrInfo, body.compact.direction, 45);
+LUMI_FIELD(IpmiSdrInfo, body.compact.share_count, 47);
+LUMI_FIELD(IpmiSdrInfo, body.compact.oem, 52);
+LUMI_FIELD(IpmiSdrInfo, body.compact.id_string, 55);
+LUMI_FIELD(IpmiSdrInfo, body.event_only.entity, 12);
+LUMI_FIELD(IpmiSdrInfo, body.event_only.sensor_type, 20);
+LUMI_FIELD(IpmiSdrInfo, body.event_only.id_string_modifier_type, 23);
+LUMI_FIELD(IpmiSdrInfo, body.event_only.id_string_type, 28);
+LUMI_FIELD(IpmiSdrInfo, body.event_only.id_string, 30);
+LUMI_FIELD(IpmiSdrInfo, body.association.container, 4);
+LUMI_FIELD(IpmiSdrInfo, body.association.list_is_range, 12);
+LUMI_FIELD(IpmiSdrInfo, body.association.entries, 16);
+LUMI_FIELD(IpmiSdrInfo, body.device_association.container_device_address, 12);
+LUMI_FIELD(IpmiSdrInfo, body.device_association.list_is_range, 14);
+LUMI_FIELD(IpmiSdrInfo, body.device_association.entries, 20);
+LUMI_FIELD(IpmiSdrInfo, body.fru_locator.entity, 12);
+LUMI_FIELD(IpmiSdrInfo, body.fru_locator.id_string, 23);
+LUMI_FIELD(IpmiSdrInfo, body.mc_locator.device_capabilities, 8);
+LUMI_FIELD(IpmiSdrInfo, body.mc_locator.id_string, 23);
+LUMI_FIELD(IpmiSdrInfo, body.raw.body_length, 4);
+LUMI_FIELD(IpmiSdrInfo, body.raw.head, 5);
+LUMI_FIELD(IpmiSdrInfo, body.raw.body, 9);
+
+LUMI_RECORD(IpmiSensorAddress, 3);
+LUMI_RECORD(IpmiSensorReading, 10);
+LUMI_FIELD(IpmiSensorReading, states, 4);
+LUMI_FIELD(IpmiSensorReading, raw, 6);
+LUMI_RECORD(IpmiSensorReadingFactors, 12);
+LUMI_FIELD(IpmiSensorReadingFactors, precision, 2);
+LUMI_FIELD(IpmiSensorReadingFactors, m, 6);
+LUMI_FIELD(IpmiSensorReadingFactors, b, 8);
+LUMI_FIELD(IpmiSensorReadingFactors, result_exponent, 10);
+LUMI_FIELD(IpmiSensorReadingFactors, b_exponent, 11);
+LUMI_RECORD(IpmiSensorEventEnable, 6);
+LUMI_FIELD(IpmiSensorEventEnable, masks, 2);

@@ -1,0 +1,102 @@
+"""The lumipmi tool in tests.
+
+    from toolcase import ToolCase, start_bmc
+
+    def setUpModule():
+        start_bmc()
+
+    class Something(ToolCase):
+        def test_it(self):
+            run = self.tool("-o", "json", "info")
+            self.assertEqual(run.status, 0, run)
+            self.assertEqual(run.json()["device"]["device_id"], 17)
+"""
+import csv
+import dataclasses
+import io
+import json
+import os
+import pathlib
+import pty
+import select
+import subprocess
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from refbmc import RefBmc  # noqa: E402
+
+TOOL = os.environ["LUMIPMI_TOOL"]
+
+bmc = None  # the BMC of the test module
+
+
+def start_bmc(*args, **options):
+    """Start the BMC of the test module, to be called from setUpModule; arguments of RefBmc."""
+    global bmc
+    bmc = RefBmc(*args, **options).start()
+    unittest.addModuleCleanup(bmc.stop)
+    return bmc
+
+
+@dataclasses.dataclass
+class Run:
+    """How the tool ended and what it wrote."""
+    status: int
+    out: str
+    err: str
+
+    def json(self):
+        return json.loads(self.out)
+
+    def csv(self):
+        return list(csv.reader(io.StringIO(self.out), strict=True))
+
+
+class ToolCase(unittest.TestCase):
+    maxDiff = None
+
+    def environment(self, driver, changes):
+        """Ours without what changes the tool's ways; the tool talks to the BMC of the module unless told otherwise."""
+        env = {name: value for name, value in os.environ.items()
+               if not name.startswith("LUMIPMI_") and name not in ("NO_COLOR", "LD_PRELOAD")}
+        env.update(TZ="UTC", LC_ALL="C.UTF-8", TERM="xterm")
+        env["LUMIPMI_DRIVER"] = driver or "vm:127.0.0.1:%d" % bmc.vm_port
+        env.update(changes)
+        return env
+
+    def tool(self, *args, driver=None, env={}, stdin=None, **options):
+        """Run the tool; options are those of subprocess.run. `stdin`: text for its standard input."""
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options}
+        done = subprocess.run([TOOL, *map(str, args)], env=self.environment(driver, env), input=stdin or "",
+                              encoding="utf-8", timeout=90, **options)
+        return Run(done.returncode, done.stdout or "", done.stderr or "")
+
+    def tool_on_terminal(self, *args, driver=None, env={}, typed=b""):
+        """Run the tool on a terminal of its own; the output has both what it wrote to standard output and error."""
+        master, slave = pty.openpty()
+        try:
+            with subprocess.Popen([TOOL, *map(str, args)], env=self.environment(driver, env), stdin=slave,
+                                  stdout=slave, stderr=slave, start_new_session=True) as process:
+                os.close(slave)
+                slave = None
+                os.write(master, typed)
+                shown = b""
+                while select.select([master], [], [], 90)[0]:
+                    try:
+                        shown += os.read(master, 4096)
+                    except OSError:  # the other end is closed
+                        break
+                else:
+                    process.kill()
+                    self.fail("no end in sight after %r" % shown)
+                return Run(process.wait(), shown.decode("utf-8").replace("\r\n", "\n"), "")
+        finally:
+            os.close(master)
+            if slave is not None:
+                os.close(slave)
+
+    def fault(self, text):
+        """Make requests fail until the end of the test: "0x06 0x04 1 0xc0"; see sim/module/fault.c."""
+        bmc.cmd("fault " + text)
+        self.addCleanup(bmc.cmd, "fault off")

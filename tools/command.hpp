@@ -1,0 +1,36 @@
+// How a command of the tool is made: each file registers its CLI11 subcommands and what to run.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+
+#include "tools/output.hpp"
+#include "tools/session.hpp"
+
+namespace tool {
+
+/// What all commands share.
+struct Context {
+  Session session;
+  Style style;
+  bool interactive = false;  // standard input and standard error are terminals: questions may be asked
+  bool assume_yes = false;   // --yes
+  /// The command that was chosen: fills the document and returns; throws Failure. What is in the document by then is
+  /// shown first, with the failure as its last problem; the exit status is the failure's.
+  std::function<void(Document&)> run;
+  /// Asks before something that cannot be undone; true with --yes; a Failure(Usage) that names --yes when nobody can
+  /// be asked.
+  bool confirm(const std::string& question) const;
+};
+
+/// Each adds its subcommands to the application; their callbacks set context.run.
+void add_info(CLI::App& app, Context& context);
+void add_raw(CLI::App& app, Context& context);
+void add_status(CLI::App& app, Context& context);
+void add_sensors(CLI::App& app, Context& context);
+void add_sdr(CLI::App& app, Context& context);
+void add_sel(CLI::App& app, Context& context);
+void add_fru(CLI::App& app, Context& context);
+
+}  // namespace tool
