@@ -137,8 +137,8 @@ class Shown(ToolCase):
                                (["--last", "-1"], "-1"), (["--last", "65536"], "65536"), (["add"], "16 bytes, not 0"),
                                (["add", "1"], "16 bytes, not 1"),
                                (["add", "00" * 17], "16 bytes, not 17"), (["add", "xyz"], "not a byte in hex: xyz"),
-                               (["add", "123"], "not a byte in hex"), (["add", "--file", "/nowhere"],
-                                                                       "/nowhere: No such"),
+                               (["add", "123"], "not a byte in hex"),
+                               (["add", "--file", "/nowhere"], "/nowhere: No such"),
                                (["add", "--file", "/dev/null"], "no records"), (["clear"], "--yes"),
                                (["time", "set"], "TIME"), (["time", "set", "yesterday"], "not a time"),
                                (["time", "set", "4294967295"], "not a time"), (["time", "set", "-1"], ""),
@@ -201,16 +201,15 @@ class Shown(ToolCase):
             self.skipTest("no ipmitool")
         theirs = subprocess.run(
             ["ipmitool", "-C", "3", "-I", "lanplus", "-H", "127.0.0.1", "-p", str(toolcase.bmc.lan_port), "-U", "admin",
-             "-P",
-             "admin-pw", "sel", "elist"], capture_output=True, text=True, timeout=30, env={"TZ": "UTC"}).stdout
+             "-P", "admin-pw", "sel", "elist"], capture_output=True, text=True, timeout=30, env={"TZ": "UTC"}).stdout
         ours = self.json_of()["events"]
         lines = [[part.strip() for part in line.split("|")] for line in theirs.splitlines()]
         self.assertEqual(len(lines), 12, theirs)
         for event, line in zip(ours, lines):
             self.assertEqual(event["id"], int(line[0], 16))
             if event["time"]:
-                day, clock = time.strftime("%m/%d/%y",
-                                           time.gmtime(event["time"]["seconds"])), event["time"]["iso"][11:19]
+                day = time.strftime("%m/%d/%y", time.gmtime(event["time"]["seconds"]))
+                clock = event["time"]["iso"][11:19]
                 self.assertEqual((day, clock + " UTC"), (line[1], line[2]))
             if event["direction"]:
                 self.assertEqual(event["direction"], line[5 if line[5:] else 4].lower())
@@ -427,15 +426,15 @@ class Scripted(ToolCase):
     def test_last_reads_no_more_than_it_must(self):
         log = Log(*[record(number) for number in range(1, 301)])
         shown, bmc = self.sel(log, "--last", "5")
-        self.assertEqual(([event["id"] for event in shown["events"]], bmc.count(0x0A, 0x43)), (list(range(296, 301)),
-                                                                                               6))
+        self.assertEqual(([event["id"] for event in shown["events"]], bmc.count(0x0A, 0x43)),
+                         (list(range(296, 301)), 6))
         shown, bmc = self.sel(log)
         self.assertEqual((len(shown["events"]), bmc.count(0x0A, 0x43)), (300, 300))
 
     def test_records_of_all_kinds(self):
         log = Log(record(1, seconds=0xFFFFFFFF), record(2, seconds=0x20000000), record(3, seconds=0x20000001),
-                  record(4, body="81 33 04 2d 05 0c 00 ff ff"), record(5, kind=0xDF), record(6, kind=0xE0,
-                                                                                             body="aa" * 13),
+                  record(4, body="81 33 04 2d 05 0c 00 ff ff"), record(5, kind=0xDF),
+                  record(6, kind=0xE0, body="aa" * 13),
                   record(7, kind=0x01), record(0xFFFE, body="2c 03 03 01 09 90 ff 00 00"))
         shown, _ = self.sel(log)
         events = shown["events"]
@@ -445,8 +444,8 @@ class Scripted(ToolCase):
         self.assertEqual(events[4]["type"], "OEM 0xDF with a time")
         self.assertEqual((events[5]["type"], events[5]["time"], events[5]["detail"]),
                          ("OEM 0xE0", None, " ".join(["aa"] * 13)))
-        self.assertEqual((events[6]["type"], events[6]["time"], events[6]["event"]), ("unknown type 0x01", None,
-                                                                                      "data"))
+        self.assertEqual((events[6]["type"], events[6]["time"], events[6]["event"]),
+                         ("unknown type 0x01", None, "data"))
         self.assertEqual((events[7]["id"], events[7]["generator"], events[7]["direction"]),
                          (0xFFFE, "controller 0x2C", "deasserted"))
         with log.bmc() as bmc:
