@@ -3,7 +3,6 @@ include(CMakePackageConfigHelpers)
 
 set(LUMIPMI_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/lumipmi)
 
-set(LUMIPMI_PC_DRIVER "-L\${libdir} -llumipmi-driver")
 install(TARGETS lumipmi lumipmi_static lumipmi_driver lumipmi_driver_static lumipmi_headers EXPORT lumipmi
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/lumipmi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
@@ -13,6 +12,8 @@ configure_package_config_file(cmake/lumipmi-config.cmake.in lumipmi-config.cmake
 write_basic_package_version_file(lumipmi-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/lumipmi-config.cmake ${PROJECT_BINARY_DIR}/lumipmi-config-version.cmake
         DESTINATION ${LUMIPMI_INSTALL_CMAKE})
+# Relative to the file, so that a tree installed with another prefix works where it lies.
+file(RELATIVE_PATH LUMIPMI_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/lumipmi.pc.in lumipmi.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/lumipmi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 if(TARGET lumipmi_tool)
