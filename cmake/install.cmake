@@ -19,4 +19,5 @@ install(FILES ${PROJECT_BINARY_DIR}/lumipmi.pc DESTINATION ${CMAKE_INSTALL_LIBDI
 if(TARGET lumipmi_tool)
   install(TARGETS lumipmi_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES docs/lumipmi.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES tools/lumipmi.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME lumipmi)
 endif()
