@@ -15,7 +15,15 @@
 
 namespace lumi {
 
-enum class NetFn : uint8_t { Chassis = 0x00, SensorEvent = 0x04, App = 0x06, Storage = 0x0A, Transport = 0x0C };
+enum class NetFn : uint8_t {
+  Chassis = 0x00,
+  SensorEvent = 0x04,
+  App = 0x06,
+  Storage = 0x0A,
+  Transport = 0x0C,
+  OemKest = 0x30,  // the maker's own commands
+  OemSol = 0x34    // serial over LAN before IPMI 2.0
+};
 
 /// The privilege level that a command needs.
 enum class Privilege : uint32_t { User = 2, Operator = 3, Administrator = 4 };

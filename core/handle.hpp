@@ -12,6 +12,7 @@ namespace lumi {
 
 constexpr size_t kWorkAreaSize = 4096;
 constexpr uint8_t kBmcAddress = 0x20;
+constexpr uint8_t kMaxChannel = 15;
 
 /// Values of IpmiHandle::ipmiVersionLevel.
 constexpr uint32_t kIpmi15 = 2;

@@ -118,3 +118,32 @@ TestHandle::TestHandle(int8_t retry_count) {
 TestHandle::~TestHandle() {
   ipmi_disconnect(handle_);
 }
+
+void check_completions(const Completions& mapped, const std::function<uint32_t(IpmiHandle*)>& call) {
+  TestHandle handle;
+  for (unsigned code = 0x01; code <= 0xFF; ++code) {
+    if (code == 0xC0) continue;
+    const auto completion = static_cast<uint8_t>(code);
+    const auto own = mapped.find(completion);
+    ScriptedDriver bmc([completion](uint8_t, uint8_t, const Bytes&) { return Bytes{completion}; });
+    EXPECT_EQ(call(handle), own == mapped.end() ? 0x20000000u + completion : own->second)
+        << "completion code " << hex(&completion, 1);
+  }
+}
+
+void check_command(const Step& step, const Completions& mapped, const std::function<uint32_t(IpmiHandle*)>& call) {
+  SCOPED_TRACE("command " + hex(&step.cmd, 1));
+  TestHandle handle;
+  {
+    Step one_byte = step, many_bytes = step;
+    one_byte.reply = ok({1});
+    many_bytes.reply = ok(counting(254));
+    ScriptedDriver bmc = {step, one_byte, many_bytes};
+    EXPECT_EQ(call(handle), 0u);
+    EXPECT_EQ(call(handle), 0x20000000u) << "one byte where none belong";
+    EXPECT_EQ(call(handle), 0x20000000u) << "data where none belong";
+  }
+  check_completions(mapped, call);
+  ScriptedDriver silent(std::vector<Step>{});
+  EXPECT_EQ(call(nullptr), 0x20000214u);
+}

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -150,4 +151,36 @@ void check_failures(uint8_t net_fn, uint8_t cmd, const Bytes& request, size_t mi
   EXPECT_EQ(call(nullptr, &out), 0x20000214u);
   EXPECT_TRUE(out.untouched());
   EXPECT_EQ(call(handle, nullptr), 0x20000214u);
+}
+
+/// Completion codes that a command gives statuses of its own.
+using Completions = std::map<uint8_t, uint32_t>;
+
+/// Answers a command with every completion code except success and node busy; those that are not mapped give
+/// 0x20000000 + code.
+void check_completions(const Completions& mapped, const std::function<uint32_t(IpmiHandle*)>& call);
+
+/// A command without response data: a good run, answers with data where none belong, refusals, no handle. The step is
+/// the good run.
+void check_command(const Step& step, const Completions& mapped, const std::function<uint32_t(IpmiHandle*)>& call);
+
+/// A command with response data: the shortest and the longest answer, refusals, all of check_failures(). The step is
+/// the request; `call` as there.
+template <typename T>
+void check_query(Step step, size_t minimum, uint32_t short_status, OnFailure on_failure, const Completions& mapped,
+                 const std::function<uint32_t(IpmiHandle*, T*)>& call) {
+  SCOPED_TRACE("command " + hex(&step.cmd, 1));
+  TestHandle handle;
+  for (const size_t size : {minimum, size_t{254}}) {
+    SCOPED_TRACE("reply of " + std::to_string(size) + " bytes");
+    step.reply = ok(counting(size));
+    ScriptedDriver bmc = {step};
+    Guarded<T> out;
+    EXPECT_EQ(call(handle, &out), 0u);
+  }
+  check_completions(mapped, [&call](IpmiHandle* h) {
+    T out = {};
+    return call(h, &out);
+  });
+  check_failures<T>(step.net_fn, step.cmd, step.request, minimum, short_status, on_failure, call);
 }
