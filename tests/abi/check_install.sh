@@ -24,7 +24,7 @@ runs "$root/shared"
 $cxx -std=c++20 -x c++ -Wall -Wextra -Werror $(pkg-config --cflags lumipmi) "$consumer/main.c" -x none \
   -o "$root/static" "$library/liblumipmi.a" "$library/liblumipmi-driver.a" -lm -lpthread -ldl
 runs "$root/static"
-cmake -S "$consumer" -B "$root/cmake" -DCMAKE_PREFIX_PATH="$root/usr" -DCMAKE_C_COMPILER="$cc" > "$root/log"
+cmake -S "$consumer" -B "$root/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" -DCMAKE_C_COMPILER="$cc" > "$root/log"
 cmake --build "$root/cmake" > "$root/log" || { cat "$root/log"; exit 1; }
 runs "$root/cmake/consumer"
 pkg-config --modversion lumipmi
