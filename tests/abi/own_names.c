@@ -8,32 +8,40 @@
 #include "lumipmi/sdr.h"
 
 void Sleep(uint32_t milliseconds);
-int32_t lock_file(const char *path);
-uint16_t host_bytes_to_uint16(const uint8_t *bytes);
-uint32_t host_bytes_to_uint32(const uint8_t *bytes, int32_t count);
-int32_t decode_bcd_plus(char *out, uint16_t outSize, const uint8_t *in, uint16_t inLength);
+int32_t lock_file(const char* path);
+uint16_t host_bytes_to_uint16(const uint8_t* bytes);
+uint32_t host_bytes_to_uint32(const uint8_t* bytes, int32_t count);
+int32_t decode_bcd_plus(char* out, uint16_t outSize, const uint8_t* in, uint16_t inLength);
 
 static int called;
-void Sleep(uint32_t milliseconds) { called += (int)milliseconds + 1; }
-int32_t lock_file(const char *path) { return called += path != NULL, 0; }
-uint16_t host_bytes_to_uint16(const uint8_t *bytes) { return called += 1, bytes[0]; }
-uint32_t host_bytes_to_uint32(const uint8_t *bytes, int32_t count) { return called += 1, bytes[count - 1]; }
-int32_t decode_bcd_plus(char *out, uint16_t outSize, const uint8_t *in, uint16_t inLength) {
+void Sleep(uint32_t milliseconds) {
+  called += (int)milliseconds + 1;
+}
+int32_t lock_file(const char* path) {
+  return called += path != NULL, 0;
+}
+uint16_t host_bytes_to_uint16(const uint8_t* bytes) {
+  return called += 1, bytes[0];
+}
+uint32_t host_bytes_to_uint32(const uint8_t* bytes, int32_t count) {
+  return called += 1, bytes[count - 1];
+}
+int32_t decode_bcd_plus(char* out, uint16_t outSize, const uint8_t* in, uint16_t inLength) {
   return called += 1, out[0] = '\0', outSize + inLength + in[0];
 }
 
 static int sent;
-int32_t IPMI_DoIPMICmd(uint8_t netFn, uint8_t cmd, const uint8_t *data, uint16_t dataLength, uint8_t *response,
-                       uint32_t *responseLength) {
+int32_t IPMI_DoIPMICmd(uint8_t netFn, uint8_t cmd, const uint8_t* data, uint16_t dataLength, uint8_t* response,
+                       uint32_t* responseLength) {
   (void)netFn, (void)cmd, (void)data, (void)dataLength;
-  response[0] = ++sent == 1 ? 0xC0 : 0xD5;  /* busy once: the library sleeps */
+  response[0] = ++sent == 1 ? 0xC0 : 0xD5; /* busy once: the library sleeps */
   *responseLength = 1;
   return 0;
 }
 
 int main(void) {
   const IpmiConnectParams params = {1, -1, 0, 0};
-  IpmiHandle *handle;
+  IpmiHandle* handle;
   if (ipmi_connect(&params, &handle) != 0) return 1;
   IpmiDeviceId id;
   const uint32_t status = ipmi_app_get_device_id(handle, &id);

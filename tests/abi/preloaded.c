@@ -5,15 +5,15 @@
 
 #include "lumipmi/lumipmi.h"
 
-static uint64_t counter(const char *name, int wide) {
-  const void *address = dlsym(RTLD_DEFAULT, name);
+static uint64_t counter(const char* name, int wide) {
+  const void* address = dlsym(RTLD_DEFAULT, name);
   if (address == NULL) return UINT64_MAX;
-  return wide ? *(const uint64_t *)address : *(const unsigned *)address;
+  return wide ? *(const uint64_t*)address : *(const unsigned*)address;
 }
 
 int main(void) {
   const IpmiConnectParams params = {1, -1, -1, 0};
-  IpmiHandle *handle;
+  IpmiHandle* handle;
   if (ipmi_connect(&params, &handle) != 0) return 1;
   IpmiDeviceId id;
   const uint32_t status = ipmi_app_get_device_id(handle, &id);

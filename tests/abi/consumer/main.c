@@ -4,7 +4,7 @@
 
 int main(void) {
   const IpmiConnectParams params = {1, -1, -1, 0};
-  IpmiHandle *handle;
+  IpmiHandle* handle;
   IpmiDeviceId id;
   uint32_t status = ipmi_connect(&params, &handle);
   if (status != 0) return 1;
