@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -134,14 +135,22 @@ void FakeVm::follow(int fd, const Connection& script) {
         do_serve(fd, step.count);
         break;
       case Step::kFlood:
-        while (!stop_ && send_to(fd, step.bytes)) {
-        }
+        do_flood(fd, step.bytes);
         break;
       case Step::kHangUp:
         close(fd);
         open_.pop_back();
         return;
     }
+  }
+}
+
+/// Never blocks in send(): a driver that has given up reads no more, yet keeps its connection.
+void FakeVm::do_flood(int fd, const Bytes& bytes) {
+  while (!stop_) {
+    pollfd one = {fd, POLLOUT, 0};
+    if (poll(&one, 1, 10) <= 0) continue;
+    if (send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0 && errno != EAGAIN) return;
   }
 }
 

@@ -71,6 +71,7 @@ class FakeVm {
   void run();
   void follow(int fd, const Connection& script);
   void do_serve(int fd, int requests);
+  void do_flood(int fd, const Bytes& bytes);
   bool receive(int fd, uint8_t* bytes, size_t count);
   bool wait_readable(int fd) const;
 
