@@ -9,11 +9,9 @@ namespace {
 
 constexpr ConfigFamily kBootOptions = {.prefix = 2,  // version, and valid bit with selector
                                        .min_reply = 3,
-                                       .short_reply = IPMI_STATUS_BMC_UNSPECIFIED,
                                        .revision = Revision::None,
                                        .room = Room::CallersOnly,
-                                       .max_set = 249,
-                                       .last_set_code = 0x82};
+                                       .max_set = 249};
 
 Status get_byte(IpmiHandle* handle, uint8_t selector, uint32_t* value) {
   if (handle == nullptr || value == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;

@@ -23,14 +23,15 @@ enum class Room {
   CallersOnly  // the caller's room and the prefix: more is refused by the dispatcher, with 0x20000000
 };
 
+/// The defaults are what most families do; a family names what it does otherwise.
 struct ConfigFamily {
-  uint8_t prefix;     // reply bytes in front of the data
-  uint8_t min_reply;  // fewer reply bytes give short_reply
-  Status short_reply;
-  Revision revision;
-  Room room;
-  uint8_t max_set;        // more data bytes to set give IPMI_STATUS_APP_INSUFFICIENT_BUFFER
-  uint8_t last_set_code;  // completion codes 0x80 to this one are mapped
+  uint8_t prefix = 1;     // reply bytes in front of the data
+  uint8_t min_reply = 1;  // fewer reply bytes give short_reply
+  Status short_reply = IPMI_STATUS_BMC_UNSPECIFIED;
+  Revision revision = Revision::WithData;
+  Room room = Room::Whole;
+  uint8_t max_set = 248;         // more data bytes to set give IPMI_STATUS_APP_INSUFFICIENT_BUFFER
+  uint8_t last_set_code = 0x82;  // completion codes 0x80 to this one are mapped
 
   /// Sends the get and hands out its data. `*length` is the room at data, then the number of data bytes; it and data
   /// stay untouched on failure.

@@ -10,13 +10,7 @@ using namespace lumi;
 
 namespace {
 
-constexpr ConfigFamily kLan = {.prefix = 1,
-                               .min_reply = 1,
-                               .short_reply = IPMI_STATUS_BMC_UNSPECIFIED,
-                               .revision = Revision::WithData,
-                               .room = Room::Whole,
-                               .max_set = 248,
-                               .last_set_code = 0x82};
+constexpr ConfigFamily kLan = {};
 
 // Reads a parameter whose data are exactly N bytes; data stay untouched on failure, but for a short response.
 template <size_t N>

@@ -11,13 +11,10 @@ using namespace lumi;
 
 namespace {
 
-constexpr ConfigFamily kPef = {.prefix = 1,
-                               .min_reply = 2,
+constexpr ConfigFamily kPef = {.min_reply = 2,
                                .short_reply = IPMI_STATUS_BMC_RESPOSE_UNAVAILABE,
                                .revision = Revision::BeforeData,
-                               .room = Room::Whole,
-                               .max_set = 249,
-                               .last_set_code = 0x82};
+                               .max_set = 249};
 
 constexpr uint16_t kCommunitySize = 18;
 

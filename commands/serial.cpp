@@ -8,13 +8,7 @@ using namespace lumi;
 
 namespace {
 
-constexpr ConfigFamily kSerial = {.prefix = 1,
-                                  .min_reply = 1,
-                                  .short_reply = IPMI_STATUS_BMC_UNSPECIFIED,
-                                  .revision = Revision::WithData,
-                                  .room = Room::Whole,
-                                  .max_set = 248,
-                                  .last_set_code = 0x83};
+constexpr ConfigFamily kSerial = {.last_set_code = 0x83};
 
 // Reads a parameter whose data are exactly N bytes.
 template <size_t N>

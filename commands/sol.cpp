@@ -11,13 +11,7 @@ using namespace lumi;
 
 namespace {
 
-constexpr ConfigFamily kSol = {.prefix = 1,
-                               .min_reply = 1,
-                               .short_reply = IPMI_STATUS_BMC_UNSPECIFIED,
-                               .revision = Revision::WithData,
-                               .room = Room::Whole,
-                               .max_set = 248,
-                               .last_set_code = 0x82};
+constexpr ConfigFamily kSol = {};
 
 constexpr uint16_t kPreStandardPort = 623;  // shared with RMCP
 constexpr uint8_t kInstance = 1;

@@ -12,13 +12,7 @@ using namespace lumi;
 
 namespace {
 
-constexpr ConfigFamily kSystemInfo = {.prefix = 1,
-                                      .min_reply = 1,
-                                      .short_reply = IPMI_STATUS_BMC_UNSPECIFIED,
-                                      .revision = Revision::WithData,
-                                      .room = Room::Whole,
-                                      .max_set = 248,
-                                      .last_set_code = 0x82};
+constexpr ConfigFamily kSystemInfo = {};
 
 constexpr size_t kStringHead = 2;  // encoding and length, in front of the string in its first block
 constexpr size_t kBlockSize = 16;
