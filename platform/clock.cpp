@@ -11,6 +11,13 @@ void sleep_ms(uint32_t milliseconds) {
   nanosleep(&request, nullptr);
 }
 
+void sleep_us(uint32_t microseconds) {
+  timespec request = {};
+  request.tv_sec = microseconds / 1000000;
+  request.tv_nsec = microseconds % 1000000 * 1000;
+  nanosleep(&request, nullptr);
+}
+
 int64_t seconds_now() {
   return time(nullptr);
 }
