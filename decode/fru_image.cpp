@@ -1,8 +1,8 @@
-#include <cstdlib>
+#include "decode/fru_image.hpp"
+
 #include <cstring>
 
 #include "core/bytes.hpp"
-#include "core/status.hpp"
 #include "lumipmi/fru.h"
 #include "lumipmi/fru_inventory.h"
 
@@ -85,18 +85,20 @@ extern "C" uint32_t ipmi_storage_read_ipmi_fru_data(IpmiHandle* handle, uint8_t 
   return kOk;
 }
 
+Status FruImage::read(IpmiHandle* handle, uint8_t fru_id) {
+  IpmiFruInventoryInfo inventory;
+  LUMI_TRY(ipmi_storage_get_fru_inventory_info(handle, fru_id, &inventory));
+  length_ = inventory.area_size;
+  bytes_ = static_cast<uint8_t*>(std::malloc(length_ != 0 ? length_ : 1u));  // malloc(0) may be null
+  if (bytes_ == nullptr) return IPMI_STATUS_APP_NOT_ENOUGH_MEMORY;
+  return ipmi_storage_read_ipmi_fru_data(handle, fru_id, &length_, bytes_);
+}
+
 extern "C" uint32_t ipmi_get_fru_info(IpmiHandle* handle, uint8_t fruId, IpmiFruInfo* info) {
   if (handle == nullptr || info == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
   std::memset(info, 0, sizeof *info);  // callers release the record after any failure
 
-  IpmiFruInventoryInfo inventory;
-  LUMI_TRY(ipmi_storage_get_fru_inventory_info(handle, fruId, &inventory));
-  uint16_t length = inventory.area_size;
-  uint8_t* image = static_cast<uint8_t*>(std::malloc(length != 0 ? length : 1u));  // malloc(0) may be null
-  if (image == nullptr) return IPMI_STATUS_APP_NOT_ENOUGH_MEMORY;
-
-  Status status = ipmi_storage_read_ipmi_fru_data(handle, fruId, &length, image);
-  if (status == kOk) status = ipmi_parse_ipmi_fru_data(info, length, image);
-  std::free(image);
-  return status;
+  FruImage image;
+  LUMI_TRY(image.read(handle, fruId));
+  return ipmi_parse_ipmi_fru_data(info, image.length(), image.bytes());
 }

@@ -116,6 +116,8 @@ constexpr StatusText kTexts[] = {
     {LUMI_STATUS(IPMI_STATUS_APP_INVALID_FORMAT), "the data are damaged or not of the expected format", ""},
     {LUMI_STATUS(IPMI_STATUS_APP_UNSUPPORT_OPERATION), "the operation is not supported", ""},
     {LUMI_STATUS(IPMI_STATUS_APP_INVALID_SESSION), "the session is invalid", ""},
+    {LUMI_STATUS(IPMI_STATUS_APP_ALERT_TIMEOUT), "the alert had no outcome in time",
+     "Wait longer, or check that the destination can be reached."},
     {LUMI_STATUS(IPMI_STATUS_APP_INVALID_IP_ADDRESS), "the IP address is invalid", ""},
     {LUMI_STATUS(IPMI_STATUS_APP_OEM_FRU), "the OEM FRU data could not be used", ""},
     {LUMI_STATUS(IPMI_STATUS_APP_OPEN_FILE_FOR_WRITE), "a file could not be opened for writing", ""},

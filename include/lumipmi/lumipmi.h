@@ -3,6 +3,14 @@
 #ifndef LUMIPMI_LUMIPMI_H
 #define LUMIPMI_LUMIPMI_H
 
+#include "lumipmi/api_alerting.h"
+#include "lumipmi/api_chassis.h"
+#include "lumipmi/api_defaults.h"
+#include "lumipmi/api_identity.h"
+#include "lumipmi/api_lan.h"
+#include "lumipmi/api_sensor.h"
+#include "lumipmi/api_serial.h"
+#include "lumipmi/api_user.h"
 #include "lumipmi/boot.h"
 #include "lumipmi/channel.h"
 #include "lumipmi/chassis.h"
@@ -12,6 +20,8 @@
 #include "lumipmi/fru.h"
 #include "lumipmi/fru_inventory.h"
 #include "lumipmi/lan.h"
+#include "lumipmi/message.h"
+#include "lumipmi/oem_fru.h"
 #include "lumipmi/payload.h"
 #include "lumipmi/pef.h"
 #include "lumipmi/profile.h"

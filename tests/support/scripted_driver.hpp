@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -57,7 +58,7 @@ class ScriptedDriver {
  private:
   std::vector<Step> steps_;
   std::function<Bytes(uint8_t, uint8_t, const Bytes&)> bmc_;
-  size_t sent_ = 0;
+  std::atomic<size_t> sent_ = 0;  // threads may share a BMC
 };
 
 /// `count` bytes that tell their places apart: first, first + 1, ...
