@@ -1,9 +1,6 @@
 /* Sensor commands (NetFn 04h) that ipmi_sim does not answer by itself. */
 #include "module.h"
 
-/* ipmi_sim's own handlers, by command. */
-extern cmd_handler_f sensor_event_netfn_handlers[256];
-
 /*
  * Conversion of the non-linear sensor "Imon Nonlin": amperes = (M x + B * 10^b_exp) * 10^r_exp, with
  * its own factors in each range of readings. `exact` is the reading byte that stands for the range
@@ -55,27 +52,18 @@ static unsigned char two_nibbles(int high, int low) {
 }
 
 /* Get Sensor Type knows every sensor, event-only ones too. */
-static int sensor_exists(lmc_data_t* mc, const msg_t* msg) {
+static int sensor_exists(const struct sim_request* request) {
   enum { kGetSensorType = 0x2F };
-  unsigned char answer[kAnswerRoom] = {0};
-  unsigned int length = sizeof answer;
-  msg_t probe = *msg;
-  probe.cmd = kGetSensorType;
-  probe.len = 1; /* the sensor number */
-  sensor_event_netfn_handlers[kGetSensorType](mc, &probe, answer, &length, NULL);
-  return answer[0] == kCcOk;
+  struct sim_reply reply = {.length = 0};
+  return sim_own(request, kNetFnSensorEvent, kGetSensorType, request->data, 1, &reply) == kCcOk;
 }
 
 /* Get Sensor Reading Factors (IPMI v2.0 rev 1.1, 35.5). */
-static void get_reading_factors(lmc_data_t* mc, msg_t* msg, unsigned char* rdata, unsigned int* rdata_len,
-                                void* cb_data) {
-  (void)cb_data;
-  if (!sim_has_length(msg, 2, rdata, rdata_len)) return;
-  if (msg->data[0] != kImonSensor || msg->rs_lun != kImonLun) {
-    sim_answer(sensor_exists(mc, msg) ? kCcIllegalForSensor : kCcNotPresent, rdata, rdata_len);
-    return;
+static int get_reading_factors(const struct sim_request* request, struct sim_reply* reply) {
+  if (request->data[0] != kImonSensor || request->msg->rs_lun != kImonLun) {
+    return sensor_exists(request) ? kCcIllegalForSensor : kCcNotPresent;
   }
-  const unsigned char reading = msg->data[1];
+  const unsigned char reading = request->data[1];
   int range = kImonRanges - 1;
   while (reading < imon_factors[range].first) range--;
   const struct factors* f = &imon_factors[range];
@@ -90,10 +78,64 @@ static void get_reading_factors(lmc_data_t* mc, msg_t* msg, unsigned char* rdata
       (unsigned char)((f->accuracy >> 6 & 0x0F) << 4 | (f->accuracy_exp & 0x03) << 2),
       two_nibbles(f->r_exp, f->b_exp),
   };
-  sim_answer_data(data, sizeof data, rdata, rdata_len);
+  sim_put(reply, data, sizeof data);
+  return kCcOk;
+}
+
+/* Set Sensor Event Enable (35.10): ipmi_sim does it, but does not always say so. */
+static int set_event_enable(const struct sim_request* request, struct sim_reply* reply) {
+  const int code = sim_pass(request, reply);
+  reply->length = 0;
+  return code;
+}
+
+/* Alert Immediate (30.7): an alert takes a moment, one at a time, and always ends well. */
+static int alert_immediate(const struct sim_request* request, struct sim_reply* reply) {
+  enum { kInitiate, kStatus, kClearStatus };
+  enum { kNoStatus = 0x00, kNormalEnd = 0x01, kInProgress = 0xFF };
+  enum { kShort = 3, kWithEvent = 11, kLastDestination = 4, kDurationMs = 200, kCcAlertInProgress = 0x81 };
+  static unsigned long long ends; /* 0: none, or its status was cleared */
+  const unsigned int channel = sim_channel(request, request->data[0]);
+  const unsigned int operation = request->data[1] >> 6;
+  const int in_progress = ends != 0 && sim_now() < ends;
+  if (request->length != kShort && request->length != kWithEvent) return kCcRequestLengthInvalid;
+  if (channel != kChannelLan && channel != kChannelSerial) return kCcInvalidField;
+  if ((request->data[1] & 0x0F) > kLastDestination) return kCcInvalidField;
+  const unsigned char status = ends == 0 ? kNoStatus : in_progress ? kInProgress : kNormalEnd;
+  switch (operation) {
+    case kInitiate:
+      if (in_progress) return kCcAlertInProgress;
+      ends = sim_now() + kDurationMs;
+      return kCcOk;
+    case kStatus:
+      sim_put(reply, &status, 1);
+      return kCcOk;
+    case kClearStatus:
+      if (!in_progress) ends = 0;
+      return kCcOk;
+    default:
+      return kCcInvalidField;
+  }
+}
+
+/* Set Sensor Reading and Event Status (35.17): of what it can set, the reading. */
+static int set_reading(const struct sim_request* request, struct sim_reply* reply) {
+  enum { kOperation = 1, kReading = 2, kReadingMask = 0x03, kWriteReading = 0x01, kNoEvent = 0 };
+  const unsigned int what = request->data[kOperation] & kReadingMask;
+  (void)reply;
+  if (!sensor_exists(request)) return kCcNotPresent;
+  if (what > kWriteReading) return kCcInvalidField;
+  if (what == kWriteReading && ipmi_mc_sensor_set_value(request->mc, request->msg->rs_lun, request->data[0],
+                                                        request->data[kReading], kNoEvent) != 0) {
+    return kCcIllegalForSensor;
+  }
+  return kCcOk;
 }
 
 const struct sim_command sim_sensor_commands[] = {
-    {kNetFnSensorEvent, 0x23, get_reading_factors},
-    {0, 0, NULL},
+    {kNetFnSensorEvent, 0x16, 3, 11, alert_immediate},
+    {kNetFnSensorEvent, 0x23, 2, 2, get_reading_factors},
+    {kNetFnSensorEvent, 0x28, 2, 6, set_event_enable},
+    {kNetFnSensorEvent, 0x30, 3, 10, set_reading},
+    {0, 0, 0, 0, NULL},
 };

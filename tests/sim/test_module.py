@@ -9,7 +9,9 @@ import unittest
 
 SUPPORT = pathlib.Path(__file__).resolve().parents[1] / "support"
 sys.path.insert(0, str(SUPPORT))
+import answers  # noqa: E402
 from refbmc import BUILT_MODULE, SIM, RefBmc, ask  # noqa: E402
+import kest_fru  # noqa: E402
 
 GUID = "5e f0 a1 b2 c3 d4 4e 5f 80 91 a2 b3 c4 d5 e6 f7"
 DEVICE_ID = "00 11 01 02 15 02 bf 40 42 0f 34 12 00 00 00 00"
@@ -19,7 +21,7 @@ SAME = object()
 ANSWERS = [
     ("06 01", DEVICE_ID, SAME),
     ("04 2d 1a", "00 40 c0 00 00", SAME),
-    ("06 59 00 01 00 00", "c1", SAME),
+    ("06 09", "c1", SAME),
     ("06 02", "c1", "00"),
     ("06 02 00", "c1", "c7"),
     ("06 03", "c1", "00"),
@@ -124,6 +126,58 @@ class Table(unittest.TestCase):
             self.assertEqual(ask(client, request), expected)
 
 
+class Commands(Table):
+    def setUp(self):
+        self.client = self.enterContext(self.enterContext(RefBmc()).client())
+
+    def check_all(self, rows):
+        for request, answer in rows:
+            self.check(self.client, request, answer)
+
+    def test_answers(self):
+        self.check_all(answers.MODULE_ANSWERS)
+
+    def test_values_are_kept_until_a_reset(self):
+        families = [answers.KEPT, answers.BOOT, answers.SYSTEM_INFO, answers.SERIAL, answers.SOL, answers.LAN]
+        for get, first, put, then in sum(families, []):
+            self.check_all([(get, "00 " + first), (put, "00"), (get, "00 " + then)])
+        for option, restored in (("dd", families[1:-1]), ("aa", families[-1:])):
+            untouched = [family for family in families if family not in restored and family is not answers.KEPT]
+            before = [(row[0], ask(self.client, row[0])) for row in sum(untouched, [])]
+            self.check(self.client, "30 21 " + option, "00 01")
+            self.check_all(before + [(get, "00 " + first) for get, first, _, _ in sum(restored, [])])
+        self.check_all([(get, "00 " + then) for get, _, _, then in answers.KEPT])
+
+    def test_time(self):
+        self.check_all([("04 16 01 41 00", "00 00"), ("04 16 01 01 00", "00"), ("04 16 01 41 00", "00 ff"),
+                        ("04 16 01 01 00", "81"), ("04 16 01 c1 00", "cc"), ("04 16 01 0f 00", "cc"),
+                        ("04 16 00 01 00", "cc"), ("04 16 01 01 00 00", "c7"),
+                        ("00 04 01", "00"), ("00 01", "00 21 00 50 f0"),
+                        ("06 25", "00 04 00 00 00 58 02 58 02"), ("06 24 04 00 00 00 0a 00", "00"),
+                        ("06 24 04 00 00 00 0a", "c7"), ("06 22", "00")])
+        running = bytes.fromhex(ask(self.client, "06 25"))
+        self.assertTrue(running[1] == 0x44 and 0 < running[7] <= 10, running.hex(" "))
+        time.sleep(1.1)
+        self.check_all([("06 25", "00 04 00 00 10 0a 00 00 00"), ("00 01", "00 21 00 40 f0"),
+                        ("04 16 01 41 00", "00 01"), ("04 16 01 81 00", "00"), ("04 16 01 41 00", "00 00"),
+                        ("06 24 04 00 00 10 14 00", "00"), ("06 25", "00 04 00 00 00 14 00 14 00")])
+
+    def test_any_length(self):
+        for netfn, commands in answers.SWEPT.items():
+            for cmd in commands:
+                for fill in (b"\0", b"\xff", bytes(range(1, 64)), b"\x01\0\xff"):
+                    for length in range(40):
+                        with self.subTest(netfn=netfn, cmd=cmd, fill=fill, length=length):
+                            self.assertIsNotNone(self.client.request(netfn, cmd, (fill * 40)[:length]))
+
+    def test_without_sol(self):
+        with RefBmc("-S") as bmc, bmc.client() as client:
+            for request, answer in [("06 4e 01", "00 01 00 3f 00 00 00 00 00"), ("06 4f 01 01", "80"),
+                                    ("06 48 01 01 00 00 00 00", "cc"), ("0c 22 01 02 00 00", "c1"),
+                                    ("0c 22 01 01 00 00", "c1"), ("34 04 00 02 00 00", "c1")]:
+                self.check(client, request, answer)
+
+
 class OwnAnswers(Table):
     def test_without_module(self):
         with RefBmc(module=None) as bmc:
@@ -201,6 +255,25 @@ class WithModule(Table):
         self.assertEqual(ipmitool(self.bmc, "mc selftest"), "Selftest: passed\n")
         self.assertIn("Firmware Revision         : 2.15\n", ipmitool(self.bmc, "mc info"))
         self.assertEqual(ipmitool(self.bmc, "raw 6 0x37").split(), GUID.split())
+
+    def test_ipmitool(self):
+        for words, said in answers.IPMITOOL:
+            with self.subTest(words=words):
+                self.assertIn(said, ipmitool(self.bmc, words))
+
+    def test_lan_key(self):
+        self.assertEqual(self.bmc.request("06 56 01 01 01" + answers.KEY), "00 02")
+        self.assertEqual(ipmitool(self.bmc, "-y %s raw 6 0x37" % answers.KEY.replace(" ", "")).split(), GUID.split())
+        self.assertEqual(self.bmc.request("06 56 01 01 01" + answers.NO_KEY), "00 02")
+        self.assertEqual(ipmitool(self.bmc, "raw 6 0x37").split(), GUID.split())
+
+    def test_fru_of_the_maker(self):
+        self.assertIn(kest_fru.command(), (SIM / "bmc.emu").read_text())
+        image = kest_fru.image()
+        for at in range(0, len(image), 16):
+            piece = image[at:at + 16]
+            self.assertEqual(self.bmc.request("0a 11 04 %02x %02x %02x" % (at & 0xFF, at >> 8, len(piece))),
+                             "00 %02x %s" % (len(piece), piece.hex(" ")))
 
     def test_usual_limit(self):
         self.assertEqual(len(self.bmc.request("0a 11 00 00 00 22").split()), 36)
