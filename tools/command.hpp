@@ -4,6 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "tools/output.hpp"
 #include "tools/session.hpp"
@@ -32,5 +34,22 @@ void add_sensors(CLI::App& app, Context& context);
 void add_sdr(CLI::App& app, Context& context);
 void add_sel(CLI::App& app, Context& context);
 void add_fru(CLI::App& app, Context& context);
+void add_chassis(CLI::App& app, Context& context);
+void add_watchdog(CLI::App& app, Context& context);
+void add_lan(CLI::App& app, Context& context);
+void add_channel(CLI::App& app, Context& context);
+void add_user(CLI::App& app, Context& context);
+void add_session(CLI::App& app, Context& context);
+void add_sol(CLI::App& app, Context& context);
+void add_serial(CLI::App& app, Context& context);
+void add_pef(CLI::App& app, Context& context);
+void add_sysinfo(CLI::App& app, Context& context);
+void add_payload(CLI::App& app, Context& context);
+void add_key(CLI::App& app, Context& context);
+void add_defaults(CLI::App& app, Context& context);
+void add_debug_level(CLI::App& app, Context& context);
+
+/// What can stand in the place of the last of these words, one a line.
+std::string completions(CLI::App& app, std::vector<std::string> words);
 
 }  // namespace tool

@@ -426,6 +426,36 @@ void print_areas(const Place& place, const fru::Image& image) {
   place.document.sections.push_back(std::move(table));
 }
 
+/// The maker's own records in the internal use area, if there are any.
+void print_maker_records(const Place& place, fru::View bytes, const fru::Area& area) {
+  constexpr std::array<uint8_t, 5> kSignature = {'K', 'E', 'S', 'T', 0};
+  const fru::View head = bytes.subspan(area.offset, std::min(area.size, 1 + kSignature.size()));
+  if (head.size() <= kSignature.size() || !std::equal(kSignature.begin(), kSignature.end(), head.begin() + 1)) return;
+
+  IpmiKestFruRecords records = {};
+  const uint32_t status = ipmi_get_kest_fru_internal_info(&records, static_cast<uint16_t>(bytes.size()), bytes.data());
+  if (status != 0)
+    place.document.problem(where_of(place.fru, "maker's records"), "the block, or its last record, is damaged");
+  const auto trimmed = [](fru::View data) {
+    while (!data.empty() && data.back() == 0) data = data.first(data.size() - 1);
+    return data;
+  };
+  Record record{place.key("maker"), place.title("Maker's records"), {}};
+  record.add("os_name", "Operating system", to_utf8(trimmed(records.osName)));
+  for (size_t i = 0; i < std::size(records.biosBlocks); ++i) {
+    const std::string number = std::to_string(i);
+    record.add("bios_block_" + number, "BIOS block item " + number, hex_cell(trimmed(records.biosBlocks[i])));
+  }
+  const size_t revisions = std::min<size_t>(records.cpldCount, sizeof records.cpldRevisions);
+  record.add("cpld_revisions", "CPLD revisions", hex_cell(fru::View(records.cpldRevisions).first(revisions)));
+  record.add("system_mac", "System MAC address data",
+             hex_cell(fru::View(records.systemMac[0], sizeof records.systemMac)));
+  record.add("pcba_test", "PCBA test record", hex_cell(records.pcbaTest));
+  record.add("board_specific", "Board-specific data",
+             hex_cell(fru::View(records.boardSpecific[0], sizeof records.boardSpecific)));
+  place.document.sections.push_back(std::move(record));
+}
+
 void print_details(const Place& place, const fru::Image& image) {
   Table table{place.key("fields"),
               place.title("Fields"),
@@ -479,6 +509,7 @@ void print_image(const Place& place, fru::View bytes, const PrintOptions& option
     record.add("length", "Length", count_cell(area->size, "bytes"));
     record.add("data", "Data", hex_cell(bytes.subspan(area->offset, area->size)));
     place.document.sections.push_back(std::move(record));
+    print_maker_records(place, bytes, *area);
   }
   if (image.find(fru::Kind::MultiRecord) != nullptr) print_multirecords(place, image);
   print_areas(place, image);

@@ -2,42 +2,12 @@
 #include <array>
 #include <span>
 
-#include "tools/command.hpp"
+#include "tools/settings.hpp"
 #include "tools/text.hpp"
 
 namespace tool {
 
 namespace {
-
-/// A word for a value of a table of the standard.
-struct Word {
-  uint8_t value;
-  const char* text;
-};
-
-std::string word_of(std::span<const Word> words, uint8_t value, const std::string& otherwise) {
-  for (const Word& word : words)
-    if (word.value == value) return word.text;
-  return otherwise + " " + hex_number(value);
-}
-
-struct Bit {
-  unsigned number;
-  const char* text;
-};
-
-std::vector<std::string> bits_of(std::span<const Bit> bits, uint8_t value) {
-  std::vector<std::string> result;
-  for (const Bit& bit : bits)
-    if ((value >> bit.number & 1) != 0) result.push_back(bit.text);
-  return result;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string result;
-  for (const std::string& word : words) result += (result.empty() ? "" : ", ") + word;
-  return result;
-}
 
 // IPMI v2.0 rev 1.1, 20.1, additional device support
 constexpr Bit kSupport[] = {{0, "sensors"},
@@ -80,14 +50,6 @@ Cell number_cell(uint32_t value, int width) {
   return Cell(std::to_string(value) + " (" + hex_number(value, width) + ")", value);
 }
 
-Cell yes_no(bool value) {
-  return Cell(value ? "yes" : "no", value);
-}
-
-Cell not_supported() {
-  return Cell("not supported", nullptr, Severity::Faint);
-}
-
 std::string two_digits(uint8_t value) {
   return hex_number(value).substr(2);
 }
@@ -111,8 +73,8 @@ Record device_record(const IpmiDeviceId& id) {
   record.add("manufacturer_id", "Manufacturer ID",
              number_cell(id.manufacturerIdLow | uint32_t{id.manufacturerIdHigh} << 16, 6));
   record.add("product_id", "Product ID", number_cell(id.productId, 4));
-  const std::vector<std::string> support = bits_of(kSupport, id.additionalSupport);
-  record.add("support", "Device support", Cell(support.empty() ? "none" : joined(support), support));
+
+  record.add("support", "Device support", bits_cell(kSupport, id.additionalSupport));
   return record;
 }
 
@@ -162,45 +124,58 @@ Cell guid_cell(std::span<const uint8_t, 16> guid) {
   return Cell(text, Json{{"text", text}, {"received", hex_bytes(guid)}});
 }
 
-bool is_not_implemented(uint32_t status) {
-  return status == IPMI_STATUS_BMC_INVALID_COMMAND || status == IPMI_STATUS_BMC_INVALID_CMD_FOR_LUN ||
-         status == IPMI_STATUS_BMC_BASE + 0xD6;  // disabled or unavailable
+/// A text that the system's owner, firmware or operating system has stored in the BMC.
+struct StoredText {
+  const char* key;
+  const char* label;
+  uint32_t (*read)(char* text, uint32_t capacity);
+};
+constexpr uint32_t kLongestText = 256;  // with its terminator
+
+uint32_t read_unit_tag(char* text, uint32_t) {
+  IPMIServiceInfo info = {.unitTag = text, .unitTagSize = kLongestText - 1};
+  return IPMIGetServiceInfo(&info);
 }
 
-/// Asks for the parts that a BMC may do without.
-class OptionalParts {
- public:
-  OptionalParts(Session& session, Document& document) : session_(session), document_(document) {}
+/// One call for three texts and a byte; the asset tag is the last of them.
+uint32_t read_asset_tag(char* text, uint32_t) {
+  std::array<char, kLongestText> ignored = {};
+  IPMISystemInfo info = {};
+  info.systemInfoString = info.unitTag = ignored.data();
+  info.systemInfoStringSize = info.unitTagSize = info.assetTagSize = kLongestText - 1;
+  info.assetTag = text;
+  return IPMIGetSystemInfo(&info);
+}
 
-  /// Sends a request and tells whether there is something to show. `missing` becomes what to show otherwise.
-  template <typename Request>
-  bool ask(const char* command, const Request& request, Cell& missing) {
-    missing = Cell();
-    if (bmc_is_lost_) return false;
-    const uint32_t status = request(session_.handle());
-    if (status == 0) return true;
-    if (is_not_implemented(status)) {
-      missing = not_supported();
-      return false;
-    }
-    missing = Cell("failed", nullptr, Severity::Critical);
-    document_.problem(command, session_.describe(status, command));
-    bmc_is_lost_ = session_.fatal(status);
-    return false;
+constexpr StoredText kTexts[] = {{"unit_tag", "Unit tag", read_unit_tag},
+                                 {"asset_tag", "Asset tag", read_asset_tag},
+                                 {"bios", "BIOS version", IPMIGetBIOSVersion},
+                                 {"host_name", "Host name", IPMIGetHostSystemName},
+                                 {"operating_system", "Operating system", IPMIGetOSName}};
+
+Record system_record(Parts& parts) {
+  Record record{"system", "System", {}};
+  for (const StoredText& stored : kTexts) {
+    std::array<char, kLongestText> text = {};
+    record.add(
+        stored.key, stored.label,
+        parts.cell(
+            "Get System Info Parameters", [&](IpmiHandle*) { return stored.read(text.data(), kLongestText - 1); },
+            [&] {
+              return text[0] == '\0' ? Cell("none", nullptr, Severity::Faint)
+                                     : Cell(to_utf8(std::string_view(text.data())));
+            },
+            stored.label));
   }
-
- private:
-  Session& session_;
-  Document& document_;
-  bool bmc_is_lost_ = false;
-};
+  return record;
+}
 
 void run_info(Session& session, Document& document) {
   IpmiDeviceId id = {};
   session.check(ipmi_app_get_device_id(session.handle(), &id), "Get Device ID");
   document.sections.push_back(device_record(id));
 
-  OptionalParts parts(session, document);
+  Parts parts(session, document);
   Cell missing;
   Record health{.key = "health", .title = "State", .fields = {}};
   IpmiSelfTestResult self_test = {};
@@ -227,12 +202,14 @@ void run_info(Session& session, Document& document) {
       "Get System GUID", [&](IpmiHandle* bmc) { return ipmi_app_get_system_guid(bmc, guid.data()); }, missing);
   identity.add("system", "System GUID", has_system_guid ? guid_cell(guid) : missing);
   document.sections.push_back(identity);
+  document.sections.push_back(system_record(parts));
 }
 
 }  // namespace
 
 void add_info(CLI::App& app, Context& context) {
-  CLI::App* command = app.add_subcommand("info", "What the BMC is: versions, abilities, self test, power state, GUIDs");
+  CLI::App* command = app.add_subcommand(
+      "info", "What the BMC is: versions, abilities, self test, power state, GUIDs, names of the system");
   command->callback(
       [&context] { context.run = [&context](Document& document) { run_info(context.session, document); }; });
 }

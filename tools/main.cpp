@@ -127,6 +127,20 @@ Exit run_tool(int argc, char** argv) {
   add_sdr(app, context);
   add_sel(app, context);
   add_fru(app, context);
+  add_chassis(app, context);
+  add_watchdog(app, context);
+  add_lan(app, context);
+  add_channel(app, context);
+  add_user(app, context);
+  add_session(app, context);
+  add_sol(app, context);
+  add_serial(app, context);
+  add_pef(app, context);
+  add_sysinfo(app, context);
+  add_payload(app, context);
+  add_key(app, context);
+  add_defaults(app, context);
+  add_debug_level(app, context);
   add_raw(app, context);
   add_status(app, context);
   add_footers(app);
@@ -134,6 +148,10 @@ Exit run_tool(int argc, char** argv) {
       "Exit status: 0 success, 1 output failed, 2 usage, 3 no BMC, 4 refused, 5 shown in part, 6 timed out.\n"
       "The manual page lumipmi(1) tells more.");
 
+  if (argc > 1 && std::string(argv[1]) == "__complete") {  // asked by lumipmi.bash
+    StandardOutput().write(completions(app, {argv + 2, argv + argc}));
+    return Exit::Ok;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

@@ -28,6 +28,8 @@ INFO = {
                "system_power_state": {"state": 0, "text": "S0/G0, working"},
                "device_power_state": {"state": 0, "text": "D0"}},
     "guid": {"device": {"text": GUID, "received": GUID_BYTES}, "system": {"text": GUID, "received": GUID_BYTES}},
+    "system": {"unit_tag": "UT-0042", "asset_tag": "ASSET-7781", "bios": "RB100-BIOS 1.4.2", "host_name": "refserver",
+               "operating_system": "Debian GNU/Linux 12 (bookworm)"},
 }
 INFO_CSV = [
     ["section", "item", "field", "value"],
@@ -68,6 +70,13 @@ ACPI device power state: D0
 Identity
 Device GUID: %s
 System GUID: %s
+
+System
+Unit tag:         UT-0042
+Asset tag:        ASSET-7781
+BIOS version:     RB100-BIOS 1.4.2
+Host name:        refserver
+Operating system: Debian GNU/Linux 12 (bookworm)
 """ % (", ".join(SUPPORT), GUID, GUID)
 
 DEVICE_ID = "11 01 02 15 02 bf 40 42 0f 34 12 00 00 00 00"
@@ -89,7 +98,7 @@ class Info(ToolCase):
         self.assertEqual((run.status, run.out, run.err), (OK, INFO_TABLE, ""))
         run = self.tool("info", "-o", "json")
         self.assertEqual((run.status, run.json(), run.err), (OK, INFO, ""))
-        self.assertEqual(list(run.json()), ["device", "health", "guid"])
+        self.assertEqual(list(run.json()), ["device", "health", "guid", "system"])
         self.assertTrue(run.out.startswith('{\n  "device": {\n    "device_id": 17,\n'), run.out)
         run = self.tool("info", "-o", "csv")
         self.assertEqual((run.status, run.csv(), run.err), (OK, INFO_CSV, ""))

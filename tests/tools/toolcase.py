@@ -100,3 +100,47 @@ class ToolCase(unittest.TestCase):
         """Make requests fail until the end of the test: "0x06 0x04 1 0xc0"; see sim/module/fault.c."""
         bmc.cmd("fault " + text)
         self.addCleanup(bmc.cmd, "fault off")
+
+    def json_of(self, *words, status=0, **options):
+        """What the tool says in JSON."""
+        run = self.tool("-o", "json", *words, **options)
+        self.assertEqual(run.status, status, run)
+        return run.json()
+
+    def check_change(self, change, show, expected, restore, stdin=None, volatile=()):
+        """Changes a setting, reads it back with another command, restores it. `expected`: {path: value} in what
+        `show` says, "lan.ip_source.text"; `volatile`: paths that change by themselves."""
+        before = self.json_of(*show)
+        for path, value in expected.items():
+            self.assertNotEqual(field(before, path), value, "%s has that value already" % path)
+        try:
+            self.json_of("--yes", *change, stdin=stdin)
+            after = self.json_of(*show)
+            for path, value in expected.items():
+                self.assertEqual(field(after, path), value, path)
+        finally:
+            self.json_of("--yes", *restore)
+        restored = self.json_of(*show)
+        for path in volatile:
+            put_field(restored, path, field(before, path))
+        self.assertEqual(restored, before)
+
+    def check_refused(self, words, *texts, status=2, stdin=None):
+        """The tool refuses, says why on standard error, and shows nothing."""
+        run = self.tool(*words, stdin=stdin)
+        self.assertEqual(run.status, status, run)
+        for text in texts:
+            self.assertIn(text, run.err)
+        self.assertEqual(run.out, "")
+
+
+def field(document, path):
+    """A value of a JSON document: "users.1.name"."""
+    for step in path.split("."):
+        document = document[int(step)] if isinstance(document, list) else document[step]
+    return document
+
+
+def put_field(document, path, value):
+    parent, _, name = path.rpartition(".")
+    field(document, parent)[name] = value
