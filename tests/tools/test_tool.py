@@ -48,6 +48,7 @@ INFO_CSV = [
     ["health", "", "device_power_state", "D0"],
     ["guid", "", "device", GUID],
     ["guid", "", "system", GUID],
+    *(["system", "", field, value] for field, value in INFO["system"].items()),
 ]
 INFO_TABLE = """\
 Management controller
