@@ -50,8 +50,8 @@ std::string told(const Ask& ask) {
   return told(ask.net_fn, ask.cmd, ask.request);
 }
 Bytes good(const Ask& ask) {
-  Bytes reply = {ask.completion};
-  reply.insert(reply.end(), ask.data.begin(), ask.data.end());
+  Bytes reply = ok(ask.data);
+  reply[0] = ask.completion;
   return reply;
 }
 
