@@ -3,7 +3,8 @@ include(CMakePackageConfigHelpers)
 
 set(LUMIPMI_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/lumipmi)
 
-install(TARGETS lumipmi lumipmi_static lumipmi_driver lumipmi_driver_static lumipmi_headers EXPORT lumipmi
+install(TARGETS lumipmi lumipmi_static lumipmi_driver lumipmi_driver_static lumipmi_broker lumipmi_broker_static
+                lumipmi_headers EXPORT lumipmi
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/lumipmi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(EXPORT lumipmi NAMESPACE lumipmi:: DESTINATION ${LUMIPMI_INSTALL_CMAKE} FILE lumipmi-targets.cmake)

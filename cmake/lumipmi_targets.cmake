@@ -4,6 +4,7 @@
 #   lumipmi           liblumipmi.so.1 (exports by version script, linked with the C driver)
 #   lumipmi_static    liblumipmi.a
 #   lumipmi_driver    liblumipmi-driver.so.1, see drivers/
+#   lumipmi_broker    liblumipmi-broker.so.1, see broker/
 
 add_library(lumipmi_warnings INTERFACE)
 target_compile_options(lumipmi_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
@@ -27,6 +28,16 @@ add_library(lumipmi_headers INTERFACE)
 target_include_directories(lumipmi_headers INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
+# What defines the two imported functions: the platform's own libraries or ours.
+set(lumipmi_driver_library lumipmi_driver)
+if(LUMIPMI_DRIVER_LIBRARY)
+  set(lumipmi_driver_library ${LUMIPMI_DRIVER_LIBRARY})
+endif()
+set(lumipmi_broker_library lumipmi_broker)
+if(LUMIPMI_BROKER_LIBRARY)
+  set(lumipmi_broker_library ${LUMIPMI_BROKER_LIBRARY})
+endif()
+
 add_library(lumipmi_objects OBJECT)
 target_link_libraries(lumipmi_objects PRIVATE lumipmi_freestanding PUBLIC lumipmi_headers)
 target_include_directories(lumipmi_objects PRIVATE ${PROJECT_SOURCE_DIR})
@@ -49,9 +60,5 @@ function(lumipmi_link_library)
   foreach(target lumipmi lumipmi_static)
     target_link_libraries(${target} PUBLIC lumipmi_headers PRIVATE Threads::Threads m ${CMAKE_DL_LIBS})
   endforeach()
-  if(LUMIPMI_DRIVER_LIBRARY)
-    target_link_libraries(lumipmi PRIVATE ${LUMIPMI_DRIVER_LIBRARY})
-  else()
-    target_link_libraries(lumipmi PRIVATE lumipmi_driver)
-  endif()
+  target_link_libraries(lumipmi PRIVATE ${lumipmi_broker_library} ${lumipmi_driver_library})
 endfunction()

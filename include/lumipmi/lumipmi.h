@@ -1,5 +1,5 @@
 /** @file lumipmi.h
- *  The whole library. The driver binding has its own header, driver.h. */
+ *  The whole library. The two imported functions have headers of their own, driver.h and broker.h. */
 #ifndef LUMIPMI_LUMIPMI_H
 #define LUMIPMI_LUMIPMI_H
 
@@ -17,8 +17,10 @@
 #include "lumipmi/compat.h"
 #include "lumipmi/connection.h"
 #include "lumipmi/device.h"
+#include "lumipmi/ethernet.h"
 #include "lumipmi/fru.h"
 #include "lumipmi/fru_inventory.h"
+#include "lumipmi/hardware.h"
 #include "lumipmi/lan.h"
 #include "lumipmi/message.h"
 #include "lumipmi/oem_fru.h"

@@ -22,7 +22,8 @@ $cc -std=c99 -Wall -Wextra -Werror $(pkg-config --cflags lumipmi) "$consumer/mai
 runs "$root/shared"
 # shellcheck disable=SC2046
 $cxx -std=c++20 -x c++ -Wall -Wextra -Werror $(pkg-config --cflags lumipmi) "$consumer/main.c" -x none \
-  -o "$root/static" "$library/liblumipmi.a" "$library/liblumipmi-driver.a" -lm -lpthread -ldl
+  -o "$root/static" "$library/liblumipmi.a" "$library/liblumipmi-broker.a" "$library/liblumipmi-driver.a" \
+  -lm -lpthread -ldl
 runs "$root/static"
 cmake -S "$consumer" -B "$root/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" -DCMAKE_C_COMPILER="$cc" > "$root/log"
 cmake --build "$root/cmake" > "$root/log" || { cat "$root/log"; exit 1; }

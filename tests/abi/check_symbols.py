@@ -8,7 +8,13 @@ import sys
 
 # What an installed library may import, besides libc, libm and pthreads of the C library.
 RUNTIME = re.compile(r"^(_Z|__cxa_(?!finalize$)|__gxx|_Unwind)")
-LIBRARIES = {"lumipmi": {"libc.so.6", "libm.so.6", "liblumipmi-driver.so.1"}, "driver": {"libc.so.6"}}
+LIBRARIES = {"lumipmi": {"libc.so.6", "libm.so.6", "liblumipmi-driver.so.1", "liblumipmi-broker.so.1"},
+             "driver": {"libc.so.6"},
+             "broker": {"libc.so.6", "liblumipmi-driver.so.1"}}
+# The functions that others may define in our place, and who imports them.
+IMPORTS = {"lumipmi": {"IPMI_DoIPMICmd", "tov_function_execute_DDS"},
+           "driver": set(),
+           "broker": {"IPMI_DoIPMICmd"}}
 LOADER = re.compile(r"^(ld-linux.*|libpthread|libdl)\.so")
 
 failures = []
@@ -50,8 +56,11 @@ def check(what, library, headers, script):
                               (in_script, exported, "in the version script, not exported"),
                               (exported, in_script, "exported, not in the version script")):
         expect(not left - right, f"{what}: {text}: {sorted(left - right)}")
-    runtime = sorted(name for name in symbols(library, "--undefined-only") if RUNTIME.match(name))
+    imported = symbols(library, "--undefined-only")
+    runtime = sorted(name for name in imported if RUNTIME.match(name))
     expect(not runtime, f"{what}: imports of the C++ runtime: {runtime}")
+    seams = imported & set().union(*IMPORTS.values())
+    expect(seams == IMPORTS[what], f"{what}: imports {sorted(seams)}, not {sorted(IMPORTS[what])}")
     needed = set(re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "-d", library)))
     unwanted = sorted(name for name in needed - LIBRARIES[what] if not LOADER.match(name))
     expect(not unwanted, f"{what}: needs {unwanted}")
@@ -69,14 +78,17 @@ def main():
     parser.add_argument("--source", type=pathlib.Path, required=True)
     parser.add_argument("--library", required=True)
     parser.add_argument("--driver", required=True)
+    parser.add_argument("--broker", required=True)
     arguments = parser.parse_args()
     headers = set((arguments.source / "include/lumipmi").glob("*.h"))
     driver = arguments.source / "include/lumipmi/driver.h"
-    exported = check("lumipmi", arguments.library, headers - {driver}, arguments.source / "cmake/lumipmi.map")
+    broker = arguments.source / "include/lumipmi/broker.h"
+    headers -= {driver, broker}
+    exported = check("lumipmi", arguments.library, headers, arguments.source / "cmake/lumipmi.map")
     check("driver", arguments.driver, {driver}, arguments.source / "drivers/lumipmi-driver.map")
-    expect("IPMI_DoIPMICmd" in symbols(arguments.library, "--undefined-only"), "lumipmi: does not import its driver")
+    check("broker", arguments.broker, {broker}, arguments.source / "broker/lumipmi-broker.map")
     umbrella = (arguments.source / "include/lumipmi/lumipmi.h").read_text()
-    for header in headers - {driver}:
+    for header in headers:
         if header.name not in ("lumipmi.h", "export.h"):
             expect(f'"lumipmi/{header.name}"' in umbrella, f"lumipmi.h does not include {header.name}")
     for failure in failures:

@@ -74,6 +74,15 @@ LUMI_RECORD(IpmiTimeval, 16);
 LUMI_FIELD(IpmiTimeval, seconds, 0);
 LUMI_FIELD(IpmiTimeval, microseconds, 8);
 
+LUMI_RECORD(IpmiEthernetInterface, 40);
+LUMI_FIELD(IpmiEthernetInterface, name, 0);
+LUMI_FIELD(IpmiEthernetInterface, index, 16);
+LUMI_FIELD(IpmiEthernetInterface, address, 20);
+LUMI_FIELD(IpmiEthernetInterface, netmask, 24);
+LUMI_FIELD(IpmiEthernetInterface, broadcast, 28);
+LUMI_FIELD(IpmiEthernetInterface, mac, 32);
+LUMI_FIELD(IpmiEthernetInterface, flags, 38);
+
 LUMI_RECORD(IpmiSelInfo, 32);
 LUMI_FIELD(IpmiSelInfo, version, 0);
 LUMI_FIELD(IpmiSelInfo, entries, 2);
@@ -564,3 +573,11 @@ LUMI_FIELD(IpmiKestFruRecords, systemMac, 385);
 LUMI_FIELD(IpmiKestFruRecords, pcbaTest, 397);
 LUMI_FIELD(IpmiKestFruRecords, boardSpecific, 401);
 LUMI_FIELD(IpmiKestFruInfo, records, sizeof(IpmiFruInfo));
+
+LUMI_RECORD(IpmiHwText, 64);
+LUMI_FIELD(IpmiHwText, length, 0);
+LUMI_FIELD(IpmiHwText, text, 1);
+LUMI_RECORD(IpmiHwSolConfig, 8);
+LUMI_FIELD(IpmiHwSolConfig, enabled, 0);
+LUMI_FIELD(IpmiHwSolConfig, bitRate, 1);
+LUMI_FIELD(IpmiHwSolConfig, privilege, 4);

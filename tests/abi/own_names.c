@@ -1,10 +1,13 @@
-/* A program that has functions of its own under exported names: the library goes on using its own. */
+/* A program that has functions of its own under exported names: the library goes on using its own. The driver and the
+ * broker are the program's. */
 #include <stdio.h>
 
+#include "lumipmi/broker.h"
 #include "lumipmi/connection.h"
 #include "lumipmi/device.h"
 #include "lumipmi/driver.h"
 #include "lumipmi/fru.h"
+#include "lumipmi/hardware.h"
 #include "lumipmi/sdr.h"
 
 void Sleep(uint32_t milliseconds);
@@ -39,6 +42,15 @@ int32_t IPMI_DoIPMICmd(uint8_t netFn, uint8_t cmd, const uint8_t* data, uint16_t
   return 0;
 }
 
+static int executed;
+uint32_t tov_function_execute_DDS(const char* functionName, uint32_t* length, const void* frame, uint32_t callerLength,
+                                  void* response, uint32_t responseSize) {
+  (void)functionName, (void)frame, (void)callerLength, (void)response, (void)responseSize;
+  ++executed;
+  *length = 0;
+  return 77;
+}
+
 int main(void) {
   const IpmiConnectParams params = {1, -1, 0, 0};
   IpmiHandle* handle;
@@ -56,7 +68,12 @@ int main(void) {
   IpmiSdrInfo info;
   const uint32_t decoded = ipmi_hlp_format_sdr_record(sizeof record, record, &info);
 
-  printf("status %#x, text %s, record %#x, own functions called %d\n", status, text, info.record_id, called);
+  uint8_t reservation[2];
+  uint32_t length = sizeof reservation;
+  const uint32_t broker = get_sel_reservation_id(reservation, &length);
+
+  printf("status %#x, text %s, record %#x, broker %u, own functions called %d\n", status, text, info.record_id, broker,
+         called);
   return !(status == 0x200000D5u && sent == 2 && rendered == 0 && text[3] == '4' && decoded == 0 &&
-           info.record_id == 0x1234 && called == 0);
+           info.record_id == 0x1234 && broker == 77 && executed == 1 && called == 0);
 }

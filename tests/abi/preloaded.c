@@ -3,6 +3,7 @@
 #include <inttypes.h>
 #include <stdio.h>
 
+#include "lumipmi/broker.h"
 #include "lumipmi/lumipmi.h"
 
 static uint64_t counter(const char* name, int wide) {
@@ -25,6 +26,13 @@ int main(void) {
                  closed = counter("stand_in_closed", 0), slept = counter("stand_in_slept_ms", 1);
   printf("status %#" PRIx32 ", sent %" PRIu64 ", opened %" PRIu64 ", closed %" PRIu64 ", slept %" PRIu64 " ms\n",
          status, sent, opened, closed, slept);
-  return !(status == IPMI_STATUS_NODE_BUSY_TIMEOUT && sent == 40 && opened == 45 && closed == opened &&
-           slept == 40 * 1500 + 5 * 1000);
+  const int as_expected = status == IPMI_STATUS_NODE_BUSY_TIMEOUT && sent == 40 && opened == 45 && closed == opened &&
+                          slept == 40 * 1500 + 5 * 1000;
+
+  /* Our broker, too, finds the preloaded driver. */
+  uint8_t reservation[2];
+  uint32_t length = sizeof reservation;
+  const uint32_t broker = get_sel_reservation_id(reservation, &length);
+  printf("broker %#" PRIx32 ", sent %" PRIu64 "\n", broker, counter("stand_in_sent", 0) - sent);
+  return !(as_expected && broker == LUMIPMI_BROKER_COMPLETION + 0xC0 && counter("stand_in_sent", 0) == sent + 11);
 }
