@@ -46,6 +46,7 @@ void add_pef(CLI::App& app, Context& context);
 void add_sysinfo(CLI::App& app, Context& context);
 void add_payload(CLI::App& app, Context& context);
 void add_key(CLI::App& app, Context& context);
+void add_hw(CLI::App& app, Context& context);
 void add_defaults(CLI::App& app, Context& context);
 void add_debug_level(CLI::App& app, Context& context);
 

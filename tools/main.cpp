@@ -139,6 +139,7 @@ Exit run_tool(int argc, char** argv) {
   add_sysinfo(app, context);
   add_payload(app, context);
   add_key(app, context);
+  add_hw(app, context);
   add_defaults(app, context);
   add_debug_level(app, context);
   add_raw(app, context);
