@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Checks that headers, version script and library agree on what is exported, and what the libraries import."""
 import argparse
+import os
 import pathlib
 import re
 import subprocess
@@ -45,7 +46,7 @@ def listed(script):
 
 
 def symbols(library, *options):
-    return {line.split()[-1].split("@")[0] for line in run("nm", "-D", *options, library).splitlines() if line.strip()}
+    return {line.split()[-1].split("@")[0] for line in run(os.environ.get("NM", "nm"), "-D", *options, library).splitlines() if line.strip()}
 
 
 def check(what, library, headers, script):
