@@ -325,7 +325,7 @@ TEST(Hardware, HostName) {
     }
     return script;
   };
-  for (const size_t total : {0, 1, 14, 15, 30, 31, 46, 62, 63, 66}) {
+  for (const size_t total : std::initializer_list<size_t>{0, 1, 14, 15, 30, 31, 46, 62, 63, 66}) {
     SCOPED_TRACE(total);
     Broker broker(turns(total));
     Guarded<IpmiHwText> text;
