@@ -6,11 +6,10 @@
 namespace lumi::driver {
 
 static Cause refuse(const char* name, const char* what) {
-  return fail(
-      LUMIPMI_CAUSE_BAD_TRANSPORT,
-      "transport \"%.200s\": %s; accepted are \"dev\", \"dev:/dev/ipmi0\" and \"vm:HOST:PORT\", an IPv6 HOST in "
-      "square brackets",
-      name, what);
+  return fail(LUMIPMI_CAUSE_BAD_TRANSPORT,
+              "transport \"%.200s\": %s; accepted are \"dev\", \"dev:/dev/ipmi0\", \"vm:HOST:PORT\", an IPv6 HOST in "
+              "square brackets, \"replay:FILE\" and \"replay-any:FILE\"",
+              name, what);
 }
 
 /// Copies `length` characters if they fit with their terminator.
@@ -32,6 +31,12 @@ static bool is_port(const char* text) {
 static Cause parse_path(const char* name, const char* path, Address& address) {
   if (path[0] != '/') return refuse(name, "the device is not an absolute path");
   if (!copy(path, strlen(path), address.target, sizeof address.target)) return refuse(name, "the path is too long");
+  return LUMIPMI_CAUSE_NONE;
+}
+
+static Cause parse_file(const char* name, const char* file, Address& address) {
+  if (file[0] == '\0') return refuse(name, "the file is missing");
+  if (!copy(file, strlen(file), address.target, sizeof address.target)) return refuse(name, "the path is too long");
   return LUMIPMI_CAUSE_NONE;
 }
 
@@ -74,6 +79,14 @@ Cause parse_address(const char* name, Address& address) {
   if (strncmp(name, "vm:", 3) == 0) {
     address.transport = &kVmTransport;
     return parse_host_and_port(name, name + 3, address);
+  }
+  if (strncmp(name, "replay:", 7) == 0) {
+    address.transport = &kReplayTransport;
+    return parse_file(name, name + 7, address);
+  }
+  if (strncmp(name, "replay-any:", 11) == 0) {
+    address.transport = &kReplayAnyTransport;
+    return parse_file(name, name + 11, address);
   }
   return refuse(name, "unknown kind");
 }

@@ -7,19 +7,25 @@
 
 namespace lumi::driver {
 
+inline int64_t monotonic_ns() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
 class Deadline {
  public:
   /// The deadline `ms` milliseconds from now.
-  explicit Deadline(uint32_t ms) : span_ms_(ms), at_ns_(now_ns() + int64_t{ms} * 1'000'000) {}
+  explicit Deadline(uint32_t ms) : span_ms_(ms), at_ns_(monotonic_ns() + int64_t{ms} * 1'000'000) {}
 
   /// The whole time that was given, for messages.
   uint32_t span_ms() const { return span_ms_; }
 
-  bool passed() const { return now_ns() >= at_ns_; }
+  bool passed() const { return monotonic_ns() >= at_ns_; }
 
   /// Milliseconds left, rounded up so that poll() never returns before the deadline; 0 when it has passed.
   int poll_ms() const {
-    const int64_t left = at_ns_ - now_ns();
+    const int64_t left = at_ns_ - monotonic_ns();
     if (left <= 0) return 0;
     const int64_t ms = (left + 999'999) / 1'000'000;
     return ms > INT_MAX ? INT_MAX : static_cast<int>(ms);
@@ -34,12 +40,6 @@ class Deadline {
   }
 
  private:
-  static int64_t now_ns() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
-  }
-
   uint32_t span_ms_;
   int64_t at_ns_;
 };

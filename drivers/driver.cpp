@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "drivers/recording.hpp"
 #include "drivers/transport.hpp"
 
 namespace lumi::driver {
@@ -31,6 +32,7 @@ struct State {
   unsigned generation = 1;
   char name_in_use[sizeof(Address::name)] = "";
   uint32_t timeout_ms = 0;  // 0: not read from the environment yet
+  bool recording_started = false;
   Link links[kLinks];
   Waiter* first = nullptr;  // the line, oldest first
 };
@@ -130,7 +132,8 @@ Cause timeout_from_environment(const Locked&) {
   return LUMIPMI_CAUSE_NONE;
 }
 
-/// Makes sure that there is an address and a time-out, and returns the latter.
+/// Makes sure that there is an address and a time-out, and returns the latter; starts the recording, if there is to be
+/// one.
 Cause configure(uint32_t& timeout_ms) {
   const Locked locked;
   if (!g_state.selected) {
@@ -142,6 +145,8 @@ Cause configure(uint32_t& timeout_ms) {
     if (cause != LUMIPMI_CAUSE_NONE) return cause;
   }
   timeout_ms = g_state.timeout_ms;
+  if (!g_state.recording_started) start_recording();
+  g_state.recording_started = true;
   return LUMIPMI_CAUSE_NONE;
 }
 
@@ -221,11 +226,7 @@ Cause check(const Request& request, const uint8_t* response, const uint32_t* res
   return LUMIPMI_CAUSE_NONE;
 }
 
-Cause exchange(const Request& request, Answer& answer) {
-  uint32_t timeout_ms = 0;
-  const Cause configured = configure(timeout_ms);
-  if (configured != LUMIPMI_CAUSE_NONE) return configured;
-
+Cause exchange_on_a_link(const Request& request, Answer& answer, uint32_t timeout_ms) {
   const Deadline deadline(timeout_ms);
   Link* link = acquire(deadline);
   if (link != nullptr && deadline.passed()) {  // too late to be of use
@@ -242,8 +243,20 @@ Cause exchange(const Request& request, Answer& answer) {
   return cause;
 }
 
+Cause exchange(const Request& request, Answer& answer) {
+  uint32_t timeout_ms = 0;
+  const Cause configured = configure(timeout_ms);
+  if (configured != LUMIPMI_CAUSE_NONE) return configured;
+
+  const int64_t begin = recorded_begin();
+  const Cause cause = exchange_on_a_link(request, answer, timeout_ms);
+  record(begin, request, cause, answer);
+  return cause;
+}
+
 [[gnu::destructor]] void close_at_unload() {
   lumipmi_driver_close();
+  stop_recording();
 }
 
 }  // namespace
@@ -252,6 +265,8 @@ void close_link(Link& link) {
   const int fd = link.fd;
   link.fd = -1;  // first: a child forked in between must not close a number that may be somebody else's by then
   if (fd >= 0) link.address.transport->close(fd);
+  free_recording(link.recording);
+  link.recording = nullptr;
 }
 
 }  // namespace lumi::driver

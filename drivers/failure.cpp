@@ -6,7 +6,7 @@
 namespace lumi::driver {
 
 static thread_local Cause t_cause = LUMIPMI_CAUSE_NONE;
-static thread_local char t_text[640] = "";
+static thread_local char t_text[kFailureText] = "";
 
 Cause fail(Cause cause, const char* format, ...) {
   va_list arguments;
@@ -20,6 +20,10 @@ Cause fail(Cause cause, const char* format, ...) {
 void succeed() {
   t_cause = LUMIPMI_CAUSE_NONE;
   t_text[0] = '\0';
+}
+
+const char* failure_text() {
+  return t_text;
 }
 
 }  // namespace lumi::driver

@@ -31,8 +31,8 @@ struct Answer {
 /// A transport and where it leads.
 struct Address {
   const Transport* transport = nullptr;
-  char name[280] = "";    // as selected: "dev", "dev:PATH", "vm:HOST:PORT"
-  char target[256] = "";  // dev: path, empty to look for one; vm: host without brackets
+  char name[280] = "";    // as selected: "dev", "dev:PATH", "vm:HOST:PORT", "replay:FILE"
+  char target[256] = "";  // dev: path, empty to look for one; vm: host without brackets; replay: file
   char port[6] = "";      // vm only
 };
 
@@ -44,26 +44,32 @@ struct VmFrame {
   bool escaped;
 };
 
+/// What a replay link has read; see replay.cpp.
+struct Recording;
+
 /// One connection to the BMC.
 struct Link {
   Address address;
   unsigned generation = 0;  // of the selection in `address`; owned by driver.cpp
   bool in_use = false;      // owned by driver.cpp
   int fd = -1;
-  unsigned long last_id = 0;  // number of the latest request, never used twice in a row
-  bool heard = false;         // vm: something arrived on this connection
-  VmFrame frame = {};         // vm
+  unsigned long last_id = 0;       // number of the latest request, never used twice in a row
+  bool heard = false;              // vm: something arrived on this connection
+  VmFrame frame = {};              // vm
+  Recording* recording = nullptr;  // replay
 };
 
 struct Transport {
   size_t links;  // how many exchanges may run at once
   /// Opens the link when it is closed and performs one exchange. Returns LUMIPMI_CAUSE_NONE or what fail() returned.
   Cause (*exchange)(Link& link, const Request& request, Answer& answer, const Deadline& deadline);
-  void (*close)(int fd);
+  void (*close)(int fd);  // null when links have none
 };
 
 extern const Transport kDevTransport;
 extern const Transport kVmTransport;
+extern const Transport kReplayTransport;
+extern const Transport kReplayAnyTransport;
 
 /// Closes the link if it is open.
 void close_link(Link& link);

@@ -61,7 +61,8 @@ bool colour_wanted(const std::string& choice, const StandardOutput& output) {
 void add_options(CLI::App& app, Context& context, Options& options) {
   constexpr uint32_t kMaxTimeoutMs = 3'600'000;
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.add_option("--driver", options.driver, "How to reach the BMC: dev, dev:PATH or vm:HOST:PORT")
+  app.add_option("--driver", options.driver,
+                 "How to reach the BMC: dev, dev:PATH, vm:HOST:PORT, or a recording: replay:FILE, replay-any:FILE")
       ->type_name("TRANSPORT");
   app.add_option("--timeout", options.timeout_ms, "Time for one exchange with the BMC in milliseconds")
       ->type_name("MS")

@@ -5,8 +5,13 @@
  * (docs/driver-porting.md). The lumipmi_driver_* functions belong to liblumipmi-driver: they choose its transport and
  * tell why an exchange failed.
  *
+ * The environment variable LUMIPMI_TRACE names a file to which every exchange is added, and the transports "replay" and
+ * "replay-any" play such a file (docs/recording.md). It is read at the first exchange. The recording has all that is
+ * sent, passwords too; the file is made for its owner alone. A file that cannot be written is reported once on standard
+ * error, and exchanges go on without it.
+ *
  * Every function may be called from any thread at any time. Exchanges of different threads never receive each other's
- * answers. After fork() the child opens its own connection at its first exchange.
+ * answers. After fork() the child opens its own connection at its first exchange, or its replay from the first line.
  */
 #ifndef LUMIPMI_DRIVER_H
 #define LUMIPMI_DRIVER_H
@@ -39,7 +44,8 @@ enum lumipmi_cause {
  * @param[in]  netFn           Network function of the request: even, 0x00 to 0x3E.
  * @param[in]  cmd             Command code.
  * @param[in]  data            Request data; may be null when dataLength is 0.
- * @param[in]  dataLength      Bytes in data. "vm" takes up to 255, the kernel behind "dev" up to 270.
+ * @param[in]  dataLength      Bytes in data. "vm" takes up to 255, the kernel behind "dev" and
+ *                             recordings up to 270.
  * @param[out] response        Completion code followed by the response data. The caller always provides 255 bytes; a
  *                             longer answer is cut to 255 and keeps the completion code it came with.
  * @param[out] responseLength  Bytes written to response, 1 to 255. Output only: what it holds before the call is never
@@ -67,6 +73,13 @@ LUMI_API int32_t lumipmi_driver_exchange(uint8_t lun, uint8_t netFn, uint8_t cmd
  * - "dev:PATH": that device file, such as "dev:/dev/ipmi1".
  * - "vm:HOST:PORT": a BMC that listens on TCP with the VM codec, such as "vm:127.0.0.1:9002" or "vm:[::1]:9002". A HOST
  *   that is not an address is looked up by the system, and only that look-up does not heed the time-out.
+ * - "replay:FILE": no BMC but a recording, whose answers and failures come in its order, at once. A request that is not
+ *   the next recorded one fails with LUMIPMI_CAUSE_IO, and so does one after the end.
+ * - "replay-any:FILE": the same by content. Each answer recorded for a request is given in turn, and the last one again
+ *   and again; a request that was never recorded fails with LUMIPMI_CAUSE_IO.
+ *
+ *   FILE is read as a whole at the first exchange, which fails with LUMIPMI_CAUSE_BAD_TRANSPORT and the line's number
+ *   when it is damaged, and at the first one after lumipmi_driver_close, which starts the replay again.
  * - null: what the environment variable LUMIPMI_DRIVER says now, and "dev" when it is unset or empty.
  * Without a call the first exchange does the same as null. Nothing is opened before the next exchange.
  * @returns
