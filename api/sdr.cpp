@@ -83,10 +83,11 @@ extern "C" uint32_t IPMIGetSDR(int32_t recordId, uint32_t* recordLength, uint8_t
       total = remaining = static_cast<uint8_t>(data[4] + kHeaderSize);
       first = false;
     }
-    size_t copied = piece < remaining ? piece : remaining;
-    if (offset >= sizeof area) copied = 0;  // only the first bytes are given out
-    if (copied > sizeof area - offset) copied = sizeof area - offset;
-    std::memcpy(area + offset, data, copied);
+    if (offset < sizeof area) {  // only the first bytes are given out
+      const size_t copied = piece < remaining ? piece : remaining;
+      const size_t room = sizeof area - offset;
+      std::memcpy(area + offset, data, copied < room ? copied : room);
+    }
     if (piece >= remaining) break;
     remaining = static_cast<uint8_t>(remaining - piece);
     offset = static_cast<uint8_t>(offset + piece);
