@@ -1,101 +1,102 @@
-// A BMC that answers what it likes. The first byte of the input chooses how:
-//   even  each answer is a length byte and as many bytes, completion code first; length 0 is a driver failure
-//   odd   a FRU device: two bytes of size that it tells, then its content; reads beyond it are refused
-// An input that is used up answers 0xC1, "invalid command".
-#include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
+// A BMC that answers what it likes, under a whole call. The first line of the input names the call, so that saved
+// inputs keep their meaning; then come the call's arguments, if it takes any, and the BMC:
+//
+//   script      for each answer a length byte and as many bytes, completion code first; length 0 is a driver failure,
+//               length FFh the good answer that the tests of the management calls have for the request
+//   FRU device  two bytes of size that it tells, then its content; reads beyond it are refused
+//
+// An input that is used up gives good answers.
+#include <gtest/gtest.h>
+#include <time.h>
 
-#include "lumipmi/connection.h"
-#include "lumipmi/driver.h"
-#include "lumipmi/fru.h"
-#include "lumipmi/fru_inventory.h"
+#include "bmc_calls.hpp"
 #include "support/fru_builder.hpp"
+#include "support/management_calls.hpp"
 
-extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
+using lumi::fuzz::BmcCall;
+using lumi::fuzz::Input;
 
 namespace {
 
-constexpr size_t kContent = 3;   // of a FRU device, in the input
-constexpr uint8_t kBusy = 0xC0;  // would be repeated with pauses
-constexpr uint8_t kInvalidCommand = 0xC1;
-constexpr uint8_t kOutOfRange = 0xC9;
+constexpr uint8_t kGoodAnswer = 0xFF;
+constexpr size_t kMostRequests = 2000;  // no call sends as many to a BMC that is not busy all the time
+constexpr Bytes::value_type kInvalidCommand = 0xC1, kOutOfRange = 0xC9;
 
-/// What is left of the input.
-struct {
-  const uint8_t* data;
-  size_t size;
-  bool fru_device;
-} g_input;
-
-size_t put(uint8_t* response, uint8_t completion, const uint8_t* data = nullptr, size_t size = 0) {
-  response[0] = completion;
-  if (size != 0) std::memcpy(response + 1, data, size);
-  return 1 + size;
+Bytes answer_from_script(Input& input, uint8_t net_fn, uint8_t cmd, const Bytes& request) {
+  const uint8_t length = input.left() == 0 ? kGoodAnswer : input.u8();
+  return length == kGoodAnswer ? model_bmc(net_fn, cmd, request) : input.take(length);
 }
 
-size_t answer_from_script(uint8_t* response) {
-  if (g_input.size == 0) return put(response, kInvalidCommand);
-  const size_t length = std::min<size_t>(g_input.data[0], g_input.size - 1);
-  std::copy_n(g_input.data + 1, length, response);
-  g_input.data += 1 + length;
-  g_input.size -= 1 + length;
-  if (length != 0 && response[0] == kBusy) response[0] = kInvalidCommand;
-  return length;
+/// A device that lies about its size, but not about its content.
+Bytes answer_as_fru_device(const Bytes& device, uint8_t cmd, const Bytes& request) {
+  if (device.size() < 2) return {kInvalidCommand};
+  if (cmd == 0x10) return {0x00, device[0], device[1], 0x00};
+  if (cmd != 0x11 || request.size() != 4) return {kInvalidCommand};
+  const size_t offset = 2 + request[1] + request[2] * size_t{256};
+  const size_t count = std::min<size_t>(request[3], 253);  // what a driver can deliver
+  if (offset + count > device.size()) return {kOutOfRange};
+  Bytes answer = {0x00, static_cast<uint8_t>(count)};
+  answer.insert(answer.end(), device.begin() + static_cast<ptrdiff_t>(offset),
+                device.begin() + static_cast<ptrdiff_t>(offset + count));
+  return answer;
 }
 
-size_t answer_as_fru_device(uint8_t cmd, const uint8_t* request, size_t size, uint8_t* response) {
-  if (g_input.size < 2) return put(response, kInvalidCommand);
-  if (cmd == 0x10) {
-    const uint8_t info[] = {g_input.data[0], g_input.data[1], 0};
-    return put(response, 0x00, info, sizeof info);
-  }
-  if (cmd != 0x11 || size != 4) return put(response, kInvalidCommand);
-  const size_t offset = request[1] + request[2] * size_t{256};
-  const size_t count = request[3];
-  if (offset + count > g_input.size - 2) return put(response, kOutOfRange);
-  uint8_t counted[256] = {request[3]};
-  std::copy_n(g_input.data + 2 + offset, count, counted + 1);
-  return put(response, 0x00, counted, 1 + count);
+const BmcCall* find_call(const std::string& name) {
+  for (const BmcCall& call : lumi::fuzz::bmc_calls())
+    if (call.name == name) return &call;
+  return nullptr;
 }
 
 }  // namespace
 
-extern "C" int32_t IPMI_DoIPMICmd(uint8_t, uint8_t cmd, const uint8_t* data, uint16_t dataLength, uint8_t* response,
-                                  uint32_t* responseLength) {
-  const size_t length =
-      g_input.fru_device ? answer_as_fru_device(cmd, data, dataLength, response) : answer_from_script(response);
-  if (length == 0) return 1;
-  *responseLength = static_cast<uint32_t>(length);
+/// Nobody waits for a busy BMC here.
+extern "C" int nanosleep(const timespec*, timespec*) {
   return 0;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  if (std::freopen("/dev/null", "w", stdout) == nullptr) std::abort();  // the library reports driver failures there
+  lumi::fuzz::discard_standard_output();
+  testing::FLAGS_gtest_throw_on_failure = true;  // what the helpers of the tests expect ends the program
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  if (size == 0) return 0;
-  g_input = {data + 1, size - 1, (data[0] & 1) != 0};
-  const IpmiConnectParams params = {1, -1, -1, 0};
-  IpmiHandle* handle = nullptr;
-  if (ipmi_connect(&params, &handle) != 0) std::abort();
-  IpmiFruInfo info;
-  (void)ipmi_get_fru_info(handle, data[0] >> 1, &info);  // any status will do
-  lumi::test::release_fru(info);
-  ipmi_disconnect(handle);
+  Input input(data, size);
+  const BmcCall* call = find_call(input.line());
+  if (call == nullptr) return 0;
+  Input arguments = input;
+  const Bytes device = call->of_fru_device ? input.rest() : Bytes();
+  size_t requests = 0;
+  ScriptedDriver bmc([&](uint8_t net_fn, uint8_t cmd, const Bytes& request) {
+    lumi::fuzz::require(++requests <= kMostRequests);
+    return call->of_fru_device ? answer_as_fru_device(device, cmd, request)
+                               : answer_from_script(arguments, net_fn, cmd, request);
+  });
+  call->run(arguments);
   return 0;
 }
 
-/// The content of a FRU device mostly gets right checksums, or few images would be parsed behind the header.
+/// Keeps the name of the call, or takes another one. The content of a FRU device mostly gets right checksums.
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed) {
-  size = LLVMFuzzerMutate(data, size, max_size);
-  if (size <= kContent || (data[0] & 1) == 0 || seed % 8 == 0) return size;
-  Bytes image(data + kContent, data + size);
-  lumi::test::fix_fru_checksums(image);
-  std::copy(image.begin(), image.end(), data + kContent);
-  return size;
+  const std::vector<BmcCall>& calls = lumi::fuzz::bmc_calls();
+  Input input(data, size);
+  const BmcCall* call = find_call(input.line());
+  Bytes tail = input.rest();
+  if (call == nullptr || seed % 16 == 0) call = &calls[seed / 16 % calls.size()];
+  const std::string head = call->name + "\n";
+  if (head.size() + 4 > max_size) return size;
+
+  const size_t room = max_size - head.size();
+  const size_t old_size = std::min(tail.size(), room);
+  tail.resize(room);
+  tail.resize(LLVMFuzzerMutate(tail.data(), old_size, room));
+  constexpr size_t kContent = 2;
+  if (call->of_fru_device && tail.size() > kContent && seed % 8 != 1) {
+    Bytes image(tail.begin() + kContent, tail.end());
+    lumi::test::fix_fru_checksums(image);
+    std::copy(image.begin(), image.end(), tail.begin() + kContent);
+  }
+  std::copy(head.begin(), head.end(), data);
+  std::copy(tail.begin(), tail.end(), data + head.size());
+  return head.size() + tail.size();
 }

@@ -1,26 +1,20 @@
 // A FRU image: parsed, every field rendered into several sizes and languages, released.
-#include <algorithm>
 #include <clocale>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
 
+#include "fuzz.hpp"
 #include "lumipmi/fru.h"
 #include "lumipmi/status.h"
 #include "support/fru_builder.hpp"
 
-extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
+using lumi::fuzz::require;
 
 namespace {
 
 constexpr uint16_t kRooms[] = {1, 2, 5, 64, 85, 190, 400};
 constexpr uint8_t kLanguages[] = {0, 1, 25};
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 /// Into a buffer of exactly the size, so that the sanitizer sees a byte too many.
 void render(const IpmiFruField& field, uint16_t size, uint8_t language) {
