@@ -1,5 +1,6 @@
 // Recordings: written by the driver, played by "replay" and "replay-any".
 #include <fcntl.h>
+#include <regex.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 
 #include "drivers/recording.hpp"
@@ -16,6 +16,15 @@
 #include "tests/support/temp_dir.hpp"
 
 namespace {
+
+/// As a whole, an extended regular expression.
+bool matches(const std::string& text, const std::string& pattern) {
+  regex_t compiled = {};
+  if (regcomp(&compiled, ("^(" + pattern + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0) return false;
+  const bool found = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+  regfree(&compiled);
+  return found;
+}
 
 const std::string kVersion = "lumipmi-recording 1\n";
 
@@ -246,20 +255,20 @@ TEST_F(ReplayTest, WhatWasRecorded) {
   struct stat status = {};
   ASSERT_EQ(stat(file.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0600u);
-  const std::string time = R"(\d+\.\d{6}\+\d+\.\d{6} )";
-  const std::regex expected[] = {
-      std::regex("lumipmi-recording 1"),
-      std::regex(R"(# \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ, process )" + std::to_string(getpid())),
-      std::regex(time + "06\\.0 01 > < 00"),
-      std::regex(time + R"(3e\.3 ff > a0 a1 aa 0a 0d 5c < 00 a0 a1 aa 0a 0d 5c)"),
-      std::regex(time + "06\\.0 01 >( 42){255} < 00( 42){254}"),
-      std::regex("# not to be replayed: 300 bytes of data, " + time + "06.0 01 > ! BAD_ARGUMENT .*"),
-      std::regex(time + "06\\.0 26 > ! TIMEOUT vm:127.*"),
-      std::regex(time + R"(06\.0 01 > ! NO_DEVICE /no\\x0asuch\\x5cdevice: no such device.*)"),
+  const std::string time = R"([0-9]+\.[0-9]{6}\+[0-9]+\.[0-9]{6} )";
+  const std::string expected[] = {
+      "lumipmi-recording 1",
+      "# [0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z, process " + std::to_string(getpid()),
+      time + R"(06\.0 01 > < 00)",
+      time + R"(3e\.3 ff > a0 a1 aa 0a 0d 5c < 00 a0 a1 aa 0a 0d 5c)",
+      time + R"(06\.0 01 >( 42){255} < 00( 42){254})",
+      "# not to be replayed: 300 bytes of data, " + time + R"(06\.0 01 > ! BAD_ARGUMENT .*)",
+      time + R"(06\.0 26 > ! TIMEOUT vm:127.*)",
+      time + R"(06\.0 01 > ! NO_DEVICE /no\\x0asuch\\x5cdevice: no such device.*)",
   };
   const std::vector<std::string> lines = lines_of(file);
   ASSERT_EQ(lines.size(), std::size(expected));
-  for (size_t i = 0; i < lines.size(); ++i) EXPECT_TRUE(std::regex_match(lines[i], expected[i])) << lines[i];
+  for (size_t i = 0; i < lines.size(); ++i) EXPECT_TRUE(matches(lines[i], expected[i])) << lines[i];
 
   for (const char* kind : {"replay:", "replay-any:"}) {
     SCOPED_TRACE(kind);
