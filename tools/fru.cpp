@@ -27,12 +27,6 @@ namespace {
 constexpr uint8_t kBmcAddress = 0x20;
 constexpr size_t kGreatestImage = 0xFFFF;  // the library counts in 16 bits, as Get FRU Inventory Area Info does
 
-/// After a Failure: the BMC is out of reach, so that going on with something else is pointless.
-bool lost_bmc(const Session& session) {
-  constexpr uint8_t kNodeBusy = 0xC0;
-  return session.last().answered ? session.last().completion == kNodeBusy : session.fatal(IPMI_STATUS_DRIVER_ERROR);
-}
-
 /// A device and as much of its image as was read.
 struct Device {
   uint8_t id = 0;
@@ -232,7 +226,7 @@ std::vector<Listed> listed_devices(Session& session, Document& document) {
   try {
     repository = read_repository(session);
   } catch (const Failure& failure) {
-    if (lost_bmc(session)) throw;
+    if (session.lost_bmc()) throw;
     document.problem("SDR repository", failure.what());
     return devices;
   }
@@ -321,7 +315,7 @@ void list(Context& context, Document& document) {
       try {
         cells = list_cells(reader, *device.id, document);
       } catch (const Failure& failure) {
-        if (lost_bmc(context.session)) throw;
+        if (context.session.lost_bmc()) throw;
         document.problem(fru_name(*device.id), failure.what());
         const uint8_t completion = context.session.last().completion;
         cells = {Cell(), Cell(), Cell("", Json::array()),
@@ -548,7 +542,7 @@ void print_all(Context& context, Document& document, const PrintOptions& options
     try {
       print_device(reader, place, *device.id, device.name, options);
     } catch (const Failure& failure) {
-      if (lost_bmc(context.session)) throw;
+      if (context.session.lost_bmc()) throw;
       document.problem(place.fru, std::string(failure.what()).starts_with(place.fru + ": ")
                                       ? std::string(failure.what()).substr(place.fru.size() + 2)
                                       : failure.what());

@@ -34,12 +34,6 @@ std::string record_text(unsigned id) {
   return "record " + hex_number(id, 4);
 }
 
-/// After a Failure: the BMC is out of reach, so that going on with something else is pointless.
-bool lost_bmc(const Session& session) {
-  constexpr uint8_t kNodeBusy = 0xC0;
-  return session.last().answered ? session.last().completion == kNodeBusy : session.fatal(IPMI_STATUS_DRIVER_ERROR);
-}
-
 /// A record as it was read.
 struct Entry {
   uint16_t id = 0;  // as asked for when the record has none
@@ -143,7 +137,7 @@ std::vector<Sensor> read_sensors(Session& session, Document& document) {
     for (const Problem& problem : repository.problems) document.problems.push_back(problem);
     return sensors_of(repository);
   } catch (const Failure& failure) {
-    if (lost_bmc(session)) throw;
+    if (session.lost_bmc()) throw;
     document.problem("SDR repository", std::string(failure.what()) + "; sensors have no names");
     return {};
   }

@@ -134,6 +134,11 @@ bool Session::fatal(uint32_t status) const {
   }
 }
 
+bool Session::lost_bmc() const {
+  constexpr uint8_t kNodeBusy = 0xC0;
+  return last().answered ? last().completion == kNodeBusy : fatal(IPMI_STATUS_DRIVER_ERROR);
+}
+
 void set_verbose(bool verbose) {
   seam::set_verbose(verbose);
 }

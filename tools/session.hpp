@@ -55,6 +55,9 @@ class Session {
   /// True when going on with other requests is pointless: the driver lost the BMC.
   bool fatal(uint32_t status) const;
 
+  /// After a Failure: the BMC is out of reach, so that going on with something else is pointless.
+  bool lost_bmc() const;
+
  private:
   IpmiHandle* handle_ = nullptr;
 };
