@@ -68,4 +68,27 @@ struct ConfigFamily {
   }
 };
 
+/// Reads a parameter of a channel whose data are exactly N bytes with a family's get. Data stay untouched on failure,
+/// but for a short response.
+template <auto Get>
+struct ChannelParameterGet {
+  template <size_t N>
+  [[nodiscard]] Status operator()(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8_t (&data)[N]) const {
+    uint8_t revision;
+    uint16_t length = N;
+    LUMI_TRY(Get(handle, channel, selector, 0, 0, &revision, &length, data));
+    return length < N ? IPMI_STATUS_BMC_UNSPECIFIED : kOk;
+  }
+};
+
+/// Writes all of `data` to a parameter of a channel with a family's set.
+template <auto Set>
+struct ChannelParameterSet {
+  template <size_t N>
+  [[nodiscard]] Status operator()(IpmiHandle* handle, uint8_t channel, uint8_t selector,
+                                  const uint8_t (&data)[N]) const {
+    return Set(handle, channel, selector, N, data);
+  }
+};
+
 }  // namespace lumi

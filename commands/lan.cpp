@@ -12,16 +12,10 @@ namespace {
 
 constexpr ConfigFamily kLan = {};
 
-// Reads a parameter whose data are exactly N bytes; data stay untouched on failure, but for a short response.
-template <size_t N>
-Status lan_get(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8_t (&data)[N]) {
-  uint8_t revision;
-  uint16_t length = N;
-  LUMI_TRY(ipmi_transport_get_lan_config(handle, channel, selector, 0, 0, &revision, &length, data));
-  return length < N ? IPMI_STATUS_BMC_UNSPECIFIED : kOk;
-}
+constexpr ChannelParameterGet<ipmi_transport_get_lan_config> lan_get;
+constexpr ChannelParameterSet<ipmi_transport_set_lan_config> lan_set;
 
-// The same into memory of the caller, which stays untouched on any failure.
+// Reads a parameter into memory of the caller, which stays untouched on any failure.
 template <size_t N>
 Status lan_get_into(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8_t* out) {
   if (out == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
@@ -29,11 +23,6 @@ Status lan_get_into(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8
   LUMI_TRY(lan_get(handle, channel, selector, data));
   std::memcpy(out, data, N);
   return kOk;
-}
-
-template <size_t N>
-Status lan_set(IpmiHandle* handle, uint8_t channel, uint8_t selector, const uint8_t (&data)[N]) {
-  return ipmi_transport_set_lan_config(handle, channel, selector, N, data);
 }
 
 }  // namespace

@@ -10,19 +10,8 @@ namespace {
 
 constexpr ConfigFamily kSerial = {.last_set_code = 0x83};
 
-// Reads a parameter whose data are exactly N bytes.
-template <size_t N>
-Status serial_get(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8_t (&data)[N]) {
-  uint8_t revision;
-  uint16_t length = N;
-  LUMI_TRY(ipmi_transport_get_serial_config(handle, channel, selector, 0, 0, &revision, &length, data));
-  return length < N ? IPMI_STATUS_BMC_UNSPECIFIED : kOk;
-}
-
-template <size_t N>
-Status serial_set(IpmiHandle* handle, uint8_t channel, uint8_t selector, const uint8_t (&data)[N]) {
-  return ipmi_transport_set_serial_config(handle, channel, selector, N, data);
-}
+constexpr ChannelParameterGet<ipmi_transport_get_serial_config> serial_get;
+constexpr ChannelParameterSet<ipmi_transport_set_serial_config> serial_set;
 
 }  // namespace
 

@@ -16,19 +16,8 @@ constexpr ConfigFamily kSol = {};
 constexpr uint16_t kPreStandardPort = 623;  // shared with RMCP
 constexpr uint8_t kInstance = 1;
 
-// Reads a parameter whose data are exactly N bytes.
-template <size_t N>
-Status sol_get(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8_t (&data)[N]) {
-  uint8_t revision;
-  uint16_t length = N;
-  LUMI_TRY(ipmi_transport_get_sol_config(handle, channel, selector, 0, 0, &revision, &length, data));
-  return length < N ? IPMI_STATUS_BMC_UNSPECIFIED : kOk;
-}
-
-template <size_t N>
-Status sol_set(IpmiHandle* handle, uint8_t channel, uint8_t selector, const uint8_t (&data)[N]) {
-  return ipmi_transport_set_sol_config(handle, channel, selector, N, data);
-}
+constexpr ChannelParameterGet<ipmi_transport_get_sol_config> sol_get;
+constexpr ChannelParameterSet<ipmi_transport_set_sol_config> sol_set;
 
 Status set_bit_rate(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint32_t rate) {
   if (rate < IPMI_BIT_RATE_9600 || rate > IPMI_BIT_RATE_115200) return IPMI_STATUS_APP_INVALID_PARAMETER;
