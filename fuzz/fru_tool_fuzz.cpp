@@ -73,12 +73,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   return 0;
 }
 
-/// Most mutations are given right checksums, or few would be looked at behind the header.
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed) {
-  size = LLVMFuzzerMutate(data, size, max_size);
-  if (seed % 8 == 0) return size;
-  Bytes image(data, data + size);
-  lumi::test::fix_fru_checksums(image);
-  std::copy(image.begin(), image.end(), data);
-  return size;
+  return lumi::fuzz::mutate(data, size, max_size, seed, lumi::test::fix_fru_checksums);
 }

@@ -25,6 +25,7 @@ void fix_sum(uint8_t* bytes, size_t size, size_t place) {
 
 /// Gives the block a right checksum, and its records, as far as they lie in the image.
 void fix_block(Bytes& image) {
+  if (image.size() < 8) return;
   const size_t start = image[1] * size_t{8};
   if (start + 16 > image.size()) return;
   uint8_t* block = image.data() + start;
@@ -60,13 +61,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   return 0;
 }
 
-/// Most mutations are given right checksums, or few would be looked at behind the header.
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed) {
-  size = LLVMFuzzerMutate(data, size, max_size);
-  if (size < 8 || seed % 8 == 0) return size;
-  Bytes image(data, data + size);
-  fix_block(image);
-  lumi::test::fix_fru_checksums(image);
-  std::copy(image.begin(), image.end(), data);
-  return size;
+  return lumi::fuzz::mutate(data, size, max_size, seed, [](Bytes& image) {
+    fix_block(image);
+    lumi::test::fix_fru_checksums(image);
+  });
 }
