@@ -50,10 +50,7 @@ class Lan(ToolCase):
         self.assertEqual([row["id"] for row in lan["cipher_suites"]], list(range(1, 16)))
 
     def test_changes(self):
-        for change, expected in CHANGES:
-            with self.subTest(change):
-                self.check_change(["lan", "set", *change], ["lan"],
-                                  {"lan." + path: value for path, value in expected.items()}, DEFAULTS)
+        self.check_changes("lan", CHANGES, DEFAULTS)
 
     def test_cipher(self):
         self.check_change(["lan", "cipher", "set", "4", "unused"], ["lan", "cipher"],
@@ -69,20 +66,19 @@ class Lan(ToolCase):
         self.assertEqual(self.json_of("lan", "stats")["statistics"]["ip_packets_received"], 0)
 
     def test_refused(self):
-        for words, texts in [(["--address", "192.0.2"], ["IPv4 address"]),
-                             (["--address", "192.0.2.256"], ["IPv4 address"]),
-                             (["--mask", "255.0.255.0"], ["subnet mask"]),
-                             (["--mask", "0.0.0.255"], ["subnet mask"]),
-                             (["--mac", "02:00:5e:10:00"], ["MAC address"]),
-                             (["--mac", "02:00:5e:10:00:0g"], ["MAC address"]),
-                             (["--mac", "02:00:5e:10:00 01"], ["MAC address"]),
-                             (["--vlan", "0"], ["1 - 4094"]), (["--vlan", "4095"], ["1 - 4094"]),
-                             (["--vlan-priority", "8"], ["range", "7"]), (["--ttl", "0"], ["range", "255"]),
-                             (["--source", "unspecified"], ["dhcp"]), ([], ["nothing to change"]),
-                             (["--address", "192.0.2.1", "--source", "dhcp"], ["static"]),
-                             (["--ttl", "9"], ["asks for a confirmation"])]:
-            with self.subTest(words):
-                self.check_refused(["lan", "set", *words], *texts)
+        self.check_all_refused(["lan", "set"], [
+            (["--address", "192.0.2"], ["IPv4 address"]),
+            (["--address", "192.0.2.256"], ["IPv4 address"]),
+            (["--mask", "255.0.255.0"], ["subnet mask"]),
+            (["--mask", "0.0.0.255"], ["subnet mask"]),
+            (["--mac", "02:00:5e:10:00"], ["MAC address"]),
+            (["--mac", "02:00:5e:10:00:0g"], ["MAC address"]),
+            (["--mac", "02:00:5e:10:00 01"], ["MAC address"]),
+            (["--vlan", "0"], ["1 - 4094"]), (["--vlan", "4095"], ["1 - 4094"]),
+            (["--vlan-priority", "8"], ["range", "7"]), (["--ttl", "0"], ["range", "255"]),
+            (["--source", "unspecified"], ["dhcp"]), ([], ["nothing to change"]),
+            (["--address", "192.0.2.1", "--source", "dhcp"], ["static"]),
+            (["--ttl", "9"], ["asks for a confirmation"])])
         self.check_refused(["lan", "auth", "set", "--level", "user", "--types", "off,md5"], "off")
 
     def test_agrees_with_ipmitool(self):

@@ -94,9 +94,7 @@ class Pef(ToolCase):
                 self.check_change([*prefix, *change], show, expected, restore)
 
     def test_refused(self):
-        for words, texts in REFUSED:
-            with self.subTest(words):
-                self.check_refused(words, *texts)
+        self.check_all_refused([], REFUSED)
 
     def test_shown(self):
         document = self.json_of("pef")

@@ -51,15 +51,10 @@ def setUpModule():
 
 class Serial(ToolCase):
     def test_changes(self):
-        for change, expected in CHANGES:
-            with self.subTest(change):
-                self.check_change(["serial", "set", *change], ["serial"],
-                                  {"serial." + path: value for path, value in expected.items()}, DEFAULTS)
+        self.check_changes("serial", CHANGES, DEFAULTS)
 
     def test_refused(self):
-        for words, texts in REFUSED:
-            with self.subTest(words):
-                self.check_refused(["serial", "set", *words], *texts)
+        self.check_all_refused(["serial", "set"], REFUSED)
 
     def test_all_or_nothing(self):
         """The question about the last part comes before the first part is written."""

@@ -56,15 +56,10 @@ def setUpModule():
 
 class Sol(ToolCase):
     def test_changes(self):
-        for change, expected in CHANGES:
-            with self.subTest(change):
-                self.check_change(["sol", "set", *change], ["sol"],
-                                  {"sol." + path: value for path, value in expected.items()}, DEFAULTS)
+        self.check_changes("sol", CHANGES, DEFAULTS)
 
     def test_refused(self):
-        for words, texts in REFUSED:
-            with self.subTest(words):
-                self.check_refused(["sol", "set", *words], *texts)
+        self.check_all_refused(["sol", "set"], REFUSED)
 
     def test_no_channel(self):
         self.fault("0x06 0x42 8 0xcb")

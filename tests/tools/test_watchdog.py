@@ -26,10 +26,7 @@ class Watchdog(ToolCase):
         self.json_of("--yes", *DEFAULTS)
 
     def test_changes(self):
-        for change, expected in CHANGES:
-            with self.subTest(change):
-                self.check_change(["watchdog", "set", *change], ["watchdog"],
-                                  {"watchdog." + path: value for path, value in expected.items()}, DEFAULTS)
+        self.check_changes("watchdog", CHANGES, DEFAULTS)
 
     def test_start_and_stop(self):
         self.assertFalse(self.json_of("watchdog")["watchdog"]["running"])
@@ -47,12 +44,11 @@ class Watchdog(ToolCase):
         self.assertFalse(self.json_of("watchdog")["watchdog"]["running"])
 
     def test_refused(self):
-        for words, texts in [(["--seconds", "6554"], ["--seconds", "6553"]),
-                             (["--interrupt-seconds", "256"], ["--interrupt-seconds", "255"]),
-                             (["--action", "explode"], ["explode", "power-cycle"]),
-                             (["--seconds", "5", "--interrupt", "messaging", "--interrupt-seconds", "6"], ["6 s", "5 s"])]:
-            with self.subTest(words):
-                self.check_refused(["watchdog", "set", *words], *texts)
+        self.check_all_refused(["watchdog", "set"], [
+            (["--seconds", "6554"], ["--seconds", "6553"]),
+            (["--interrupt-seconds", "256"], ["--interrupt-seconds", "255"]),
+            (["--action", "explode"], ["explode", "power-cycle"]),
+            (["--seconds", "5", "--interrupt", "messaging", "--interrupt-seconds", "6"], ["6 s", "5 s"])])
 
 
 if __name__ == "__main__":

@@ -125,6 +125,13 @@ class ToolCase(unittest.TestCase):
             put_field(restored, path, field(before, path))
         self.assertEqual(restored, before)
 
+    def check_changes(self, command, changes, restore):
+        """check_change() for rows (options of `command` set, {path below `command`: value in what it shows})."""
+        for options, expected in changes:
+            with self.subTest(options):
+                self.check_change([command, "set", *options], [command],
+                                  {command + "." + path: value for path, value in expected.items()}, restore)
+
     def check_refused(self, words, *texts, status=2, stdin=None):
         """The tool refuses, says why on standard error, and shows nothing."""
         run = self.tool(*words, stdin=stdin)
@@ -132,6 +139,12 @@ class ToolCase(unittest.TestCase):
         for text in texts:
             self.assertIn(text, run.err)
         self.assertEqual(run.out, "")
+
+    def check_all_refused(self, command, rows):
+        """check_refused() for rows (words behind those of `command`, texts)."""
+        for words, texts in rows:
+            with self.subTest(words):
+                self.check_refused([*command, *words], *texts)
 
 
 def field(document, path):
