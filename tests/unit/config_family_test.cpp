@@ -19,173 +19,122 @@ constexpr uint32_t kTooSmall = 0x20000212;
 using Get = std::function<uint32_t(IpmiHandle*, uint8_t* revision, uint16_t* length, uint8_t* data)>;
 using Set = std::function<uint32_t(IpmiHandle*, uint16_t length, const uint8_t* data)>;
 
+/// The defaults are what most families do.
 struct Family {
   const char* name;
-  uint8_t net_fn;
+  uint8_t net_fn = 0x0C;
   uint8_t get_cmd;
-  uint32_t get_kind;
-  Bytes get_request;  // of selector 0xC5, set 0x96, block 0xA7
-  size_t prefix;      // reply bytes in front of the data
-  size_t min_reply;
-  uint32_t short_reply;
-  uint32_t too_small;  // the caller's room
-  bool has_revision;
-  bool revision_before_data;
-  bool data_cleared;
+  uint32_t get_kind = 3;
+  Bytes get_request = {kChannel, 0xC5, 0x96, 0xA7};  // of selector 0xC5, set 0x96, block 0xA7
+  size_t prefix = 1;                                 // reply bytes in front of the data
+  size_t min_reply = 1;
+  uint32_t short_reply = kUnspecified;
+  uint32_t too_small = kTooSmall;  // the caller's room
+  bool has_revision = true;
+  bool revision_before_data = false;
+  bool data_cleared = false;
   uint8_t set_cmd;
-  uint32_t set_kind;
-  Bytes set_request;  // of selector 0xC5, in front of the data
-  size_t max_set;
-  uint8_t last_set_code;
-  bool may_set_nothing;
+  uint32_t set_kind = 4;
+  Bytes set_request = {kChannel, 0xC5};  // of selector 0xC5, in front of the data
+  size_t max_set = 248;
+  uint8_t last_set_code = 0x82;
+  bool may_set_nothing = false;
   Get get;
   Set set;
 };
 
-const Family kFamilies[] = {
-    {"boot options",
-     0x00,
-     0x09,
-     3,
-     {0xC5, 0x96, 0xA7},
-     2,
-     3,
-     kUnspecified,
-     0x20000000,
-     false,
-     false,
-     false,  //
-     0x08,
-     3,
-     {0xC5},
-     249,
-     0x82,
-     true,
-     [](IpmiHandle* h, uint8_t*, uint16_t* length, uint8_t* data) {
-       return ipmi_chassis_get_system_boot_options(h, 0xC5, 0x96, 0xA7, length, data);
-     },
-     [](IpmiHandle* h, uint16_t length, const uint8_t* data) {
-       return ipmi_chassis_set_system_boot_options(h, 0, 0xC5, length, data);
-     }},
-    {"system info",
-     0x06,
-     0x59,
-     2,
-     {0x00, 0xC5, 0x96, 0xA7},
-     1,
-     1,
-     kUnspecified,
-     kTooSmall,
-     true,
-     false,
-     false,  //
-     0x58,
-     4,
-     {0xC5},
-     248,
-     0x82,
-     false,
-     [](IpmiHandle* h, uint8_t* revision, uint16_t* length, uint8_t* data) {
-       return ipmi_app_get_system_info(h, 0xC5, 0x96, 0xA7, revision, length, data);
-     },
-     [](IpmiHandle* h, uint16_t length, const uint8_t* data) {
-       return ipmi_app_set_system_info(h, 0xC5, length, data);
-     }},
-    {"lan",
-     0x0C,
-     0x02,
-     3,
-     {kChannel, 0xC5, 0x96, 0xA7},
-     1,
-     1,
-     kUnspecified,
-     kTooSmall,
-     true,
-     false,
-     false,  //
-     0x01,
-     4,
-     {kChannel, 0xC5},
-     248,
-     0x82,
-     false,
-     [](IpmiHandle* h, uint8_t* revision, uint16_t* length, uint8_t* data) {
-       return ipmi_transport_get_lan_config(h, kChannel, 0xC5, 0x96, 0xA7, revision, length, data);
-     },
-     [](IpmiHandle* h, uint16_t length, const uint8_t* data) {
-       return ipmi_transport_set_lan_config(h, kChannel, 0xC5, length, data);
-     }},
-    {"serial",
-     0x0C,
-     0x11,
-     3,
-     {kChannel, 0xC5, 0x96, 0xA7},
-     1,
-     1,
-     kUnspecified,
-     kTooSmall,
-     true,
-     false,
-     false,  //
-     0x10,
-     4,
-     {kChannel, 0xC5},
-     248,
-     0x83,
-     false,
-     [](IpmiHandle* h, uint8_t* revision, uint16_t* length, uint8_t* data) {
-       return ipmi_transport_get_serial_config(h, kChannel, 0xC5, 0x96, 0xA7, revision, length, data);
-     },
-     [](IpmiHandle* h, uint16_t length, const uint8_t* data) {
-       return ipmi_transport_set_serial_config(h, kChannel, 0xC5, length, data);
-     }},
-    {"pef",
-     0x04,
-     0x13,
-     3,
-     {0x45, 0x96, 0xA7},
-     1,
-     2,
-     kUnavailable,
-     kTooSmall,
-     true,
-     true,
-     true,  //
-     0x12,
-     4,
-     {0x45},
-     249,
-     0x82,
-     true,
-     [](IpmiHandle* h, uint8_t* revision, uint16_t* length, uint8_t* data) {
-       return ipmi_se_get_pef_config(h, 0xC5, 0x96, 0xA7, revision, length, data);
-     },
-     [](IpmiHandle* h, uint16_t length, const uint8_t* data) { return ipmi_se_set_pef_config(h, 0xC5, length, data); }},
-    {"sol",
-     0x0C,
-     0x22,
-     2,
-     {kChannel, 0xC5, 0x96, 0xA7},
-     1,
-     1,
-     kUnspecified,
-     kTooSmall,
-     true,
-     false,
-     false,  //
-     0x21,
-     4,
-     {kChannel, 0xC5},
-     248,
-     0x82,
-     false,
-     [](IpmiHandle* h, uint8_t* revision, uint16_t* length, uint8_t* data) {
-       return ipmi_transport_get_sol_config(h, kChannel, 0xC5, 0x96, 0xA7, revision, length, data);
-     },
-     [](IpmiHandle* h, uint16_t length, const uint8_t* data) {
-       return ipmi_transport_set_sol_config(h, kChannel, 0xC5, length, data);
-     }},
+template <typename Data>
+Get channel_get(uint32_t (*get)(IpmiHandle*, uint8_t, uint8_t, uint8_t, uint8_t, uint8_t*, uint16_t*, Data*)) {
+  return [get](IpmiHandle* h, uint8_t* revision, uint16_t* length, uint8_t* data) {
+    return get(h, kChannel, 0xC5, 0x96, 0xA7, revision, length, data);
+  };
+}
+
+template <typename Data>
+Set channel_set(uint32_t (*set)(IpmiHandle*, uint8_t, uint8_t, uint16_t, const Data*)) {
+  return [set](IpmiHandle* h, uint16_t length, const uint8_t* data) { return set(h, kChannel, 0xC5, length, data); };
+}
+
+const Family kBoot = {
+    .name = "boot options",
+    .net_fn = 0x00,
+    .get_cmd = 0x09,
+    .get_request = {0xC5, 0x96, 0xA7},
+    .prefix = 2,
+    .min_reply = 3,
+    .too_small = 0x20000000,
+    .has_revision = false,
+    .set_cmd = 0x08,
+    .set_kind = 3,
+    .set_request = {0xC5},
+    .max_set = 249,
+    .may_set_nothing = true,
+    .get = [](IpmiHandle* h, uint8_t*, uint16_t* length,
+              uint8_t* data) { return ipmi_chassis_get_system_boot_options(h, 0xC5, 0x96, 0xA7, length, data); },
+    .set = [](IpmiHandle* h, uint16_t length,
+              const uint8_t* data) { return ipmi_chassis_set_system_boot_options(h, 0, 0xC5, length, data); },
 };
+
+const Family kSystemInfo = {
+    .name = "system info",
+    .net_fn = 0x06,
+    .get_cmd = 0x59,
+    .get_kind = 2,
+    .get_request = {0x00, 0xC5, 0x96, 0xA7},
+    .set_cmd = 0x58,
+    .set_request = {0xC5},
+    .get = [](IpmiHandle* h, uint8_t* revision, uint16_t* length,
+              uint8_t* data) { return ipmi_app_get_system_info(h, 0xC5, 0x96, 0xA7, revision, length, data); },
+    .set = [](IpmiHandle* h, uint16_t length,
+              const uint8_t* data) { return ipmi_app_set_system_info(h, 0xC5, length, data); },
+};
+
+const Family kLan = {
+    .name = "lan",
+    .get_cmd = 0x02,
+    .set_cmd = 0x01,
+    .get = channel_get(ipmi_transport_get_lan_config),
+    .set = channel_set(ipmi_transport_set_lan_config),
+};
+
+const Family kSerial = {
+    .name = "serial",
+    .get_cmd = 0x11,
+    .set_cmd = 0x10,
+    .last_set_code = 0x83,
+    .get = channel_get(ipmi_transport_get_serial_config),
+    .set = channel_set(ipmi_transport_set_serial_config),
+};
+
+const Family kPef = {
+    .name = "pef",
+    .net_fn = 0x04,
+    .get_cmd = 0x13,
+    .get_request = {0x45, 0x96, 0xA7},
+    .min_reply = 2,
+    .short_reply = kUnavailable,
+    .revision_before_data = true,
+    .data_cleared = true,
+    .set_cmd = 0x12,
+    .set_request = {0x45},
+    .max_set = 249,
+    .may_set_nothing = true,
+    .get = [](IpmiHandle* h, uint8_t* revision, uint16_t* length,
+              uint8_t* data) { return ipmi_se_get_pef_config(h, 0xC5, 0x96, 0xA7, revision, length, data); },
+    .set = [](IpmiHandle* h, uint16_t length,
+              const uint8_t* data) { return ipmi_se_set_pef_config(h, 0xC5, length, data); },
+};
+
+const Family kSol = {
+    .name = "sol",
+    .get_cmd = 0x22,
+    .get_kind = 2,
+    .set_cmd = 0x21,
+    .get = channel_get(ipmi_transport_get_sol_config),
+    .set = channel_set(ipmi_transport_set_sol_config),
+};
+
+const Family kFamilies[] = {kBoot, kSystemInfo, kLan, kSerial, kPef, kSol};
 
 Step get_step(const Family& family, Bytes reply) {
   return {.net_fn = family.net_fn,
@@ -368,11 +317,6 @@ Read of_parameter(uint32_t (*get)(IpmiHandle*, uint8_t, uint8_t, uint8_t*), uint
 
 // Every accessor of one parameter: too few, enough and too many data; a parameter that the BMC does not have.
 TEST(config_family, accessors_check_the_length) {
-  const Family& boot = kFamilies[0];
-  const Family& lan = kFamilies[2];
-  const Family& serial = kFamilies[3];
-  const Family& pef = kFamilies[4];
-  const Family& sol = kFamilies[5];
   const struct {
     const char* name;
     const Family& family;
@@ -383,41 +327,41 @@ TEST(config_family, accessors_check_the_length) {
     Read read;
     bool written_on_failure = false;
   } cases[] = {
-      {"valid bit clearing", boot, 3, 0, 1, 1, of_bmc(ipmi_get_boot_flag_valid_bit_clearing)},
-      {"boot flags", boot, 5, 0, 4, 5, of_bmc(ipmi_get_boot_flags)},
-      {"bios mux", boot, 96, 0, 1, 1, of_bmc(ipmi_get_kest_bios_mux)},
-      {"lan auth support", lan, 1, 0, 1, 1, of_channel(ipmi_get_lan_authentication_type_support)},
-      {"lan auth enables", lan, 2, 0, 5, 5, of_channel(ipmi_get_lan_authentication_type_enables)},
-      {"ip source", lan, 4, 0, 1, 1, of_channel(ipmi_get_lan_ip_source)},
-      {"lan address", lan, 0xCC, 0, 4, 4, of_parameter(ipmi_get_lan_addr, 0xCC)},
-      {"lan mac", lan, 0xCC, 0, 6, 6, of_parameter(ipmi_get_lan_mac, 0xCC)},
-      {"ipv4 header", lan, 7, 0, 3, 3, of_channel(ipmi_get_lan_ipv4_header_parameters)},
-      {"cipher suites", lan, 22, 0, 1, 1, of_channel(ipmi_get_lan_cipher_suite_entry_support)},
-      {"cipher suite privileges", lan, 24, 0, 9, 9, of_channel(ipmi_get_lan_cipher_suite_privilege)},
-      {"destination count", lan, 17, 0, 0, 1, of_channel(ipmi_get_lan_destination_count)},
-      {"community string", lan, 16, 0, 0, 18, of_channel(ipmi_get_community_string), true},
-      {"serial auth support", serial, 1, 0, 1, 1, of_channel(ipmi_get_serial_authentication_type_support)},
-      {"serial auth enables", serial, 2, 0, 5, 5, of_channel(ipmi_get_serial_authentication_type_enables)},
-      {"connection mode", serial, 3, 0, 1, 1,
+      {"valid bit clearing", kBoot, 3, 0, 1, 1, of_bmc(ipmi_get_boot_flag_valid_bit_clearing)},
+      {"boot flags", kBoot, 5, 0, 4, 5, of_bmc(ipmi_get_boot_flags)},
+      {"bios mux", kBoot, 96, 0, 1, 1, of_bmc(ipmi_get_kest_bios_mux)},
+      {"lan auth support", kLan, 1, 0, 1, 1, of_channel(ipmi_get_lan_authentication_type_support)},
+      {"lan auth enables", kLan, 2, 0, 5, 5, of_channel(ipmi_get_lan_authentication_type_enables)},
+      {"ip source", kLan, 4, 0, 1, 1, of_channel(ipmi_get_lan_ip_source)},
+      {"lan address", kLan, 0xCC, 0, 4, 4, of_parameter(ipmi_get_lan_addr, 0xCC)},
+      {"lan mac", kLan, 0xCC, 0, 6, 6, of_parameter(ipmi_get_lan_mac, 0xCC)},
+      {"ipv4 header", kLan, 7, 0, 3, 3, of_channel(ipmi_get_lan_ipv4_header_parameters)},
+      {"cipher suites", kLan, 22, 0, 1, 1, of_channel(ipmi_get_lan_cipher_suite_entry_support)},
+      {"cipher suite privileges", kLan, 24, 0, 9, 9, of_channel(ipmi_get_lan_cipher_suite_privilege)},
+      {"destination count", kLan, 17, 0, 0, 1, of_channel(ipmi_get_lan_destination_count)},
+      {"community string", kLan, 16, 0, 0, 18, of_channel(ipmi_get_community_string), true},
+      {"serial auth support", kSerial, 1, 0, 1, 1, of_channel(ipmi_get_serial_authentication_type_support)},
+      {"serial auth enables", kSerial, 2, 0, 5, 5, of_channel(ipmi_get_serial_authentication_type_enables)},
+      {"connection mode", kSerial, 3, 0, 1, 1,
        [](IpmiHandle* handle, void* out) {
          const auto bytes = static_cast<uint8_t*>(out);
          return ipmi_get_serial_connection_mode(handle, kChannel, bytes, bytes != nullptr ? bytes + 1 : nullptr);
        }},
-      {"serial basic", serial, 7, 0, 2, 2, of_channel(ipmi_get_serial_basic_config)},
-      {"terminal mode", serial, 29, 0, 2, 2, of_channel(ipmi_get_serial_terminal_mode_config)},
-      {"port association", serial, 51, 0, 3, 3, of_channel(ipmi_get_system_serial_port_association)},
-      {"event filter count", pef, 5, 0, 1, 1, of_bmc(ipmi_get_event_filter_count)},
-      {"event filter", pef, 6, 0xA5, 1, 40, of_bmc(ipmi_get_event_filter)},
-      {"policy count", pef, 8, 0, 1, 1, of_bmc(ipmi_get_policy_count)},
-      {"policy", pef, 9, 0xA5, 1, 40, of_bmc(ipmi_get_policy)},
-      {"sol enabled", sol, 1, 0, 1, 1, of_channel(ipmi_get_sol_enabled_status)},
-      {"sol authentication", sol, 2, 0, 1, 1, of_channel(ipmi_get_sol_authentication)},
-      {"sol char config", sol, 3, 0, 2, 2, of_channel(ipmi_get_sol_char_config)},
-      {"sol retry", sol, 4, 0, 2, 2, of_channel(ipmi_get_sol_retry)},
-      {"sol non-volatile rate", sol, 5, 0, 1, 1, of_channel(ipmi_get_sol_non_volatile)},
-      {"sol volatile rate", sol, 6, 0, 1, 1, of_channel(ipmi_get_sol_volatile)},
-      {"sol channel", sol, 7, 0, 1, 1, of_channel(ipmi_get_sol_channel), true},
-      {"sol port", sol, 8, 0, 2, 2, of_channel(ipmi_get_sol_port), true},
+      {"serial basic", kSerial, 7, 0, 2, 2, of_channel(ipmi_get_serial_basic_config)},
+      {"terminal mode", kSerial, 29, 0, 2, 2, of_channel(ipmi_get_serial_terminal_mode_config)},
+      {"port association", kSerial, 51, 0, 3, 3, of_channel(ipmi_get_system_serial_port_association)},
+      {"event filter count", kPef, 5, 0, 1, 1, of_bmc(ipmi_get_event_filter_count)},
+      {"event filter", kPef, 6, 0xA5, 1, 40, of_bmc(ipmi_get_event_filter)},
+      {"policy count", kPef, 8, 0, 1, 1, of_bmc(ipmi_get_policy_count)},
+      {"policy", kPef, 9, 0xA5, 1, 40, of_bmc(ipmi_get_policy)},
+      {"sol enabled", kSol, 1, 0, 1, 1, of_channel(ipmi_get_sol_enabled_status)},
+      {"sol authentication", kSol, 2, 0, 1, 1, of_channel(ipmi_get_sol_authentication)},
+      {"sol char config", kSol, 3, 0, 2, 2, of_channel(ipmi_get_sol_char_config)},
+      {"sol retry", kSol, 4, 0, 2, 2, of_channel(ipmi_get_sol_retry)},
+      {"sol non-volatile rate", kSol, 5, 0, 1, 1, of_channel(ipmi_get_sol_non_volatile)},
+      {"sol volatile rate", kSol, 6, 0, 1, 1, of_channel(ipmi_get_sol_volatile)},
+      {"sol channel", kSol, 7, 0, 1, 1, of_channel(ipmi_get_sol_channel), true},
+      {"sol port", kSol, 8, 0, 2, 2, of_channel(ipmi_get_sol_port), true},
   };
   TestHandle handle;
   for (const auto& c : cases) {
