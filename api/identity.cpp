@@ -105,10 +105,11 @@ extern "C" uint32_t IPMIGetBMCInfo(IPMIBMCInfo* info) {
   IpmiDeviceId id = {};
   LUMI_TRY(ipmi_app_get_device_id(bmc.handle(), &id));
   if (wants_ipmi)
-    std::snprintf(info->ipmiVersion, info->ipmiVersionSize, "%u.%1u", id.ipmiVersion & 0x0Fu, id.ipmiVersion >> 4u);
+    std::snprintf(info->ipmiVersion, info->ipmiVersionSize, "%u.%1u", id.ipmiVersion & 0x0Fu,
+                  unsigned{id.ipmiVersion} >> 4);
   if (wants_firmware)
     std::snprintf(info->firmwareVersion, info->firmwareVersionSize, "%u.%1u%1u", unsigned{id.firmwareMajor},
-                  id.firmwareMinor >> 4u, id.firmwareMinor & 0x0Fu);
+                  unsigned{id.firmwareMinor} >> 4, id.firmwareMinor & 0x0Fu);
   return kOk;
 }
 

@@ -19,7 +19,7 @@ constexpr ChannelParameterSet<ipmi_transport_set_lan_config> lan_set;
 template <size_t N>
 Status lan_get_into(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint8_t* out) {
   if (out == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[N];
+  uint8_t data[N] = {};
   LUMI_TRY(lan_get(handle, channel, selector, data));
   std::memcpy(out, data, N);
   return kOk;
@@ -64,7 +64,7 @@ extern "C" uint32_t ipmi_transport_get_lan_statistics(IpmiHandle* handle, uint8_
 
 extern "C" uint32_t ipmi_get_lan_authentication_type_support(IpmiHandle* handle, uint8_t channel, uint8_t* types) {
   if (types == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_AUTH_TYPE_SUPPORT, data));
   *types = bits(data[0], 4, 0);
   return kOk;
@@ -81,7 +81,7 @@ extern "C" uint32_t ipmi_set_lan_authentication_type_enables(IpmiHandle* handle,
 extern "C" uint32_t ipmi_get_lan_authentication_type_enables(IpmiHandle* handle, uint8_t channel,
                                                              IpmiLanAuthEnables* enables) {
   if (enables == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[kAuthEnablesSize];
+  uint8_t data[kAuthEnablesSize] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_AUTH_TYPE_ENABLES, data));
   unpack_auth_enables(data, enables);
   return kOk;
@@ -89,7 +89,7 @@ extern "C" uint32_t ipmi_get_lan_authentication_type_enables(IpmiHandle* handle,
 
 extern "C" uint32_t ipmi_get_lan_ip_source(IpmiHandle* handle, uint8_t channel, uint32_t* source) {
   if (source == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_IP_SOURCE, data));
   *source = data[0];
   return kOk;
@@ -123,7 +123,7 @@ extern "C" uint32_t ipmi_set_lan_config(IpmiHandle* handle, uint8_t channel, con
 extern "C" uint32_t ipmi_get_lan_config(IpmiHandle* handle, uint8_t channel, IpmiLanConfig* config) {
   if (config == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
 
-  uint8_t source[1], address[4], mac[6], mask[4];
+  uint8_t source[1] = {}, address[4] = {}, mac[6] = {}, mask[4] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_IP_SOURCE, source));
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_IP_ADDRESS, address));
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_MAC_ADDRESS, mac));
@@ -152,7 +152,7 @@ extern "C" uint32_t ipmi_set_lan_ipv4_header_parameters(IpmiHandle* handle, uint
 
 extern "C" uint32_t ipmi_get_lan_ipv4_header_parameters(IpmiHandle* handle, uint8_t channel, uint8_t header[4]) {
   if (header == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[3];
+  uint8_t data[3] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_IPV4_HEADER, data));
   header[IPMI_IPV4_TIME_TO_LIVE] = data[0];
   header[IPMI_IPV4_FLAGS] = bits(data[1], 7, 5);
@@ -173,7 +173,7 @@ extern "C" uint32_t ipmi_set_vlan_config(IpmiHandle* handle, uint8_t channel, co
 
 extern "C" uint32_t ipmi_get_vlan_config(IpmiHandle* handle, uint8_t channel, IpmiVlanConfig* config) {
   if (config == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t vlan[2];
+  uint8_t vlan[2] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_VLAN_ID, vlan));
   config->enable = bits(vlan[1], 7, 7);
   config->vlan_id = static_cast<uint16_t>(bits(vlan[1], 3, 0) << 8 | vlan[0]);
@@ -204,7 +204,7 @@ extern "C" uint32_t ipmi_set_lan_cipher_suite_privilege(IpmiHandle* handle, uint
 
 extern "C" uint32_t ipmi_get_lan_cipher_suite_privilege(IpmiHandle* handle, uint8_t channel, uint32_t levels[16]) {
   if (levels == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1 + IPMI_CIPHER_SUITE_ENTRIES / 2];
+  uint8_t data[1 + IPMI_CIPHER_SUITE_ENTRIES / 2] = {};
   LUMI_TRY(lan_get(handle, channel, IPMI_LAN_CIPHER_SUITE_PRIVILEGES, data));
   for (int i = 0; i < IPMI_CIPHER_SUITE_ENTRIES; i += 2) {
     levels[i] = bits(data[1 + i / 2], 3, 0);

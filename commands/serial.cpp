@@ -39,7 +39,7 @@ extern "C" uint32_t ipmi_transport_get_serial_config(IpmiHandle* handle, uint8_t
 
 extern "C" uint32_t ipmi_get_serial_authentication_type_support(IpmiHandle* handle, uint8_t channel, uint8_t* types) {
   if (types == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(serial_get(handle, channel, IPMI_SERIAL_AUTH_TYPE_SUPPORT, data));
   *types = bits(data[0], 4, 0);
   return kOk;
@@ -56,7 +56,7 @@ extern "C" uint32_t ipmi_set_serial_authentication_type_enables(IpmiHandle* hand
 extern "C" uint32_t ipmi_get_serial_authentication_type_enables(IpmiHandle* handle, uint8_t channel,
                                                                 IpmiLanAuthEnables* enables) {
   if (enables == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[kAuthEnablesSize];
+  uint8_t data[kAuthEnablesSize] = {};
   LUMI_TRY(serial_get(handle, channel, IPMI_SERIAL_AUTH_TYPE_ENABLES, data));
   unpack_auth_enables(data, enables);
   return kOk;
@@ -70,7 +70,7 @@ extern "C" uint32_t ipmi_set_serial_connection_mode(IpmiHandle* handle, uint8_t 
 
 extern "C" uint32_t ipmi_get_serial_connection_mode(IpmiHandle* handle, uint8_t channel, uint8_t* flag, uint8_t* mode) {
   if (flag == nullptr || mode == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(serial_get(handle, channel, IPMI_SERIAL_CONNECTION_MODE, data));
   *flag = bits(data[0], 7, 7);
   *mode = bits(data[0], 2, 0);
@@ -90,7 +90,7 @@ extern "C" uint32_t ipmi_set_serial_basic_config(IpmiHandle* handle, uint8_t cha
 
 extern "C" uint32_t ipmi_get_serial_basic_config(IpmiHandle* handle, uint8_t channel, IpmiSerialBasicConfig* config) {
   if (config == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[2];
+  uint8_t data[2] = {};
   LUMI_TRY(serial_get(handle, channel, IPMI_SERIAL_BASIC_CONFIG, data));
   config->flow_control = bits(data[0], 7, 6);
   config->bit_rate = bits(data[1], 3, 0);
@@ -114,7 +114,7 @@ extern "C" uint32_t ipmi_set_serial_terminal_mode_config(IpmiHandle* handle, uin
 extern "C" uint32_t ipmi_get_serial_terminal_mode_config(IpmiHandle* handle, uint8_t channel,
                                                          IpmiSerialTerminalConfig* config) {
   if (config == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[2];
+  uint8_t data[2] = {};
   LUMI_TRY(serial_get(handle, channel, IPMI_SERIAL_TERMINAL_MODE, data));
   config->reserved_mode = 1;  // whatever bits 7:6 say: part of the interface, so that writing back what was read sets 1
   config->line_editing = bits(data[0], 5, 5);
@@ -140,7 +140,7 @@ extern "C" uint32_t ipmi_set_system_serial_port_association(IpmiHandle* handle, 
 extern "C" uint32_t ipmi_get_system_serial_port_association(IpmiHandle* handle, uint8_t channel,
                                                             uint8_t association[6]) {
   if (association == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[3];
+  uint8_t data[3] = {};
   LUMI_TRY(serial_get(handle, channel, IPMI_SERIAL_PORT_ASSOCIATION, data));
   association[0] = data[0];
   association[1] = bits(data[1], 3, 0);

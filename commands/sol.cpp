@@ -27,7 +27,7 @@ Status set_bit_rate(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint3
 
 Status get_bit_rate(IpmiHandle* handle, uint8_t channel, uint8_t selector, uint32_t* rate) {
   if (rate == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(sol_get(handle, channel, selector, data));
   *rate = bits(data[0], 3, 0);
   return kOk;
@@ -83,7 +83,7 @@ extern "C" uint32_t ipmi_enable_sol(IpmiHandle* handle, uint8_t channel, uint8_t
 
 extern "C" uint32_t ipmi_get_sol_enabled_status(IpmiHandle* handle, uint8_t channel, uint8_t* enabled) {
   if (enabled == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(sol_get(handle, channel, IPMI_SOL_ENABLE, data));
   *enabled = bits(data[0], 0, 0);
   return kOk;
@@ -102,7 +102,7 @@ extern "C" uint32_t ipmi_set_sol_authentication(IpmiHandle* handle, uint8_t chan
 
 extern "C" uint32_t ipmi_get_sol_authentication(IpmiHandle* handle, uint8_t channel, IpmiSolConfig* config) {
   if (config == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(sol_get(handle, channel, IPMI_SOL_AUTHENTICATION, data));
   config->force_encryption = bits(data[0], 7, 7);
   config->force_authentication = bits(data[0], 6, 6);
@@ -116,7 +116,7 @@ extern "C" uint32_t ipmi_set_sol_char_config(IpmiHandle* handle, uint8_t channel
 
 extern "C" uint32_t ipmi_get_sol_char_config(IpmiHandle* handle, uint8_t channel, uint8_t char_config[2]) {
   if (char_config == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[2];
+  uint8_t data[2] = {};
   LUMI_TRY(sol_get(handle, channel, IPMI_SOL_CHAR_CONFIG, data));
   std::memcpy(char_config, data, sizeof data);
   return kOk;
@@ -129,7 +129,7 @@ extern "C" uint32_t ipmi_set_sol_retry(IpmiHandle* handle, uint8_t channel, cons
 
 extern "C" uint32_t ipmi_get_sol_retry(IpmiHandle* handle, uint8_t channel, uint8_t retry[2]) {
   if (retry == nullptr) return IPMI_STATUS_APP_INVALID_PARAMETER;
-  uint8_t data[2];
+  uint8_t data[2] = {};
   LUMI_TRY(sol_get(handle, channel, IPMI_SOL_RETRY, data));
   retry[0] = bits(data[0], 2, 0);
   retry[1] = data[1];
@@ -162,7 +162,7 @@ extern "C" uint32_t ipmi_get_sol_channel(IpmiHandle* handle, uint8_t channel, ui
       return kOk;
   }
   *sol_channel = 0xFF;
-  uint8_t data[1];
+  uint8_t data[1] = {};
   LUMI_TRY(sol_get(handle, channel, IPMI_SOL_CHANNEL, data));
   *sol_channel = data[0];
   return kOk;
@@ -183,7 +183,7 @@ extern "C" uint32_t ipmi_get_sol_port(IpmiHandle* handle, uint8_t channel, uint1
       return kOk;
   }
   *port = 0;
-  uint8_t data[2];
+  uint8_t data[2] = {};
   LUMI_TRY(sol_get(handle, channel, IPMI_SOL_PORT, data));
   *port = ByteReader(data, sizeof data).le16();
   return kOk;

@@ -16,7 +16,7 @@ extern "C" uint32_t ipmi_hlp_get_share_sdr_string(int8_t shareCount, int8_t modi
   const size_t name_length = wcsnlen(baseName, capacity);  // reads no further than could fit
   const int value = modifierOffset + memberIndex;
 
-  wchar_t suffix[8];
+  wchar_t suffix[8] = {};
   size_t suffix_length = 0;
   if (shareCount == 1) {
     if (name_length >= capacity) return IPMI_STATUS_APP_INSUFFICIENT_BUFFER;

@@ -23,9 +23,9 @@ static bool copy(const char* text, size_t length, char* to, size_t size) {
 static bool is_port(const char* text) {
   unsigned long value = 0;
   size_t digits = 0;
-  for (; text[digits] >= '0' && text[digits] <= '9' && digits < 6; ++digits)
+  for (; digits < 6 && text[digits] >= '0' && text[digits] <= '9'; ++digits)
     value = value * 10 + static_cast<unsigned long>(text[digits] - '0');
-  return text[digits] == '\0' && digits <= 5 && value >= 1 && value <= 65535;
+  return digits <= 5 && text[digits] == '\0' && value >= 1 && value <= 65535;
 }
 
 static Cause parse_path(const char* name, const char* path, Address& address) {

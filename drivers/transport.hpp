@@ -25,7 +25,7 @@ struct Request {
 /// Completion code and data; `length` is at least 1 after an exchange that succeeded.
 struct Answer {
   uint8_t bytes[LUMIPMI_DRIVER_MAX_RESPONSE];
-  size_t length;
+  size_t length = 0;
 };
 
 /// A transport and where it leads.

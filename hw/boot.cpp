@@ -34,7 +34,7 @@ Device device_of(uint8_t code) {
 
 /// The code of a device; its selector when there is none.
 uint8_t code_of(const Device& device) {
-  for (uint8_t i = 0; i < sizeof kSpecial / sizeof kSpecial[0]; ++i)
+  for (size_t i = 0; i < sizeof kSpecial / sizeof kSpecial[0]; ++i)
     if (kSpecial[i].selector == device.selector && kSpecial[i].instance == device.instance)
       return static_cast<uint8_t>(kFirstSpecial + i);
   return device.selector;
