@@ -15,7 +15,7 @@
 namespace {
 
 constexpr uint16_t kFirst = 0x0000, kEnd = 0xFFFF;  // record IDs
-constexpr uint8_t kSystemEvent = 0x02;               // record type
+constexpr uint8_t kSystemEvent = 0x02;              // record type
 
 void print_event(const uint8_t (&raw)[16]) {
   IpmiSelEntry entry;
@@ -25,7 +25,7 @@ void print_event(const uint8_t (&raw)[16]) {
     std::printf("record of type 0x%02X\n", entry.record_type);
     return;
   }
-  const IpmiSelSystemEvent& event = entry.body.system;
+  const IpmiSelSystemEvent &event = entry.body.system;
   const auto seconds = static_cast<std::time_t>(event.timestamp);
   char time[32] = "";
   std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&seconds));
@@ -35,7 +35,7 @@ void print_event(const uint8_t (&raw)[16]) {
 }
 
 /// Prints all events behind `last`, from the beginning without one. Returns the first failure.
-uint32_t print_new(std::optional<uint16_t>& last) {
+uint32_t print_new(std::optional<uint16_t> &last) {
   uint16_t count = 0;
   if (const uint32_t status = IPMIGetNumberOfSelEntries(&count); status != 0) return status;
   if (count == 0) {
@@ -59,7 +59,7 @@ uint32_t print_new(std::optional<uint16_t>& last) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char **argv) {
   using Clock = std::chrono::steady_clock;
   const auto end = argc > 1 ? Clock::now() + std::chrono::seconds(std::atoi(argv[1])) : Clock::time_point::max();
   std::optional<uint16_t> last;
