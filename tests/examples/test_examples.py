@@ -25,7 +25,7 @@ def setUpModule():
     library = next(folder.glob("usr/**/liblumipmi.so")).parent
     flags = subprocess.run(["pkg-config", "--cflags", "--libs", "lumipmi"], check=True, text=True, capture_output=True,
                            env={**os.environ, "PKG_CONFIG_PATH": str(library / "pkgconfig")}).stdout.split()
-    for source in EXAMPLES.glob("*.c*"):
+    for source in (*EXAMPLES.glob("*.c"), *EXAMPLES.glob("*.cpp")):
         compiler = [os.environ["CC"], "-std=gnu99"] if source.suffix == ".c" else [os.environ["CXX"], "-std=c++20"]
         subprocess.run([*compiler, *WARNINGS, str(source), *flags, "-o", str(folder / source.stem)], check=True)
     bmc = RefBmc().start()
