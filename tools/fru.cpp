@@ -84,6 +84,7 @@ class Reader {
   static bool too_long(uint32_t status) {
     switch (status) {
       case IPMI_STATUS_BMC_BASE:
+      case IPMI_STATUS_BMC_REQUEST_DATA_TRUNCATED:  // Linux's, for an answer that the interface does not carry
       case IPMI_STATUS_BMC_REQUEST_DATA_LENGTH_INVALID:
       case IPMI_STATUS_BMC_REQUEST_DATA_LENGTH_EXCEEDED:
       case IPMI_STATUS_BMC_NO_REQUESTED_DATA_RETURNED:

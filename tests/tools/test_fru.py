@@ -553,6 +553,7 @@ READS = [
     (Device(CONTENT), 6, None, 0),
     (Device(CONTENT, limit=128), 1 + 11, None, 0),
     (Device(CONTENT, limit=34), 3 + 42, None, 0),
+    (Device(CONTENT, limit=34, refusal=0xC6), 3 + 42, None, 0),
     (Device(CONTENT, limit=34, refusal=0xC7), 3 + 42, None, 0),
     (Device(CONTENT, limit=34, refusal=0xCA), 3 + 42, None, 0),
     (Device(CONTENT, limit=34, refusal=0xFF), 3 + 42, None, 0),
