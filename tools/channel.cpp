@@ -322,7 +322,7 @@ void add_access(CLI::App* command, Options& options) {
   add_switch(command, "--per-message-auth", options.per_message_auth, "Authenticate every message");
   add_switch(command, "--user-level-auth", options.user_level_auth, "Authenticate messages of User level");
   command->add_flag("--volatile", options.active, "Change the active settings only");
-  command->add_flag("--permanent", options.stored, "Change the stored settings only");
+  command->add_flag("--permanent", options.stored, "Change only what counts after a start of the BMC");
 }
 
 }  // namespace
@@ -341,16 +341,19 @@ void add_channel(CLI::App& app, Context& context) {
   };
   const auto run_list = [&context](Document& document) { list(context.session, document); };
   runs(context, channel, run_list);
-  add("list", "List the channels (the default)", run_list);
-  add_id(add("info", "Show a channel: medium, payloads, access", [&context, options](Document& document) {
-    show(context, document, static_cast<uint8_t>(*options->channel));
-  }))->required();
-  CLI::App* access = add("access", "Show or change the access to a channel; what is not given stays",
+  add("list", "List them, and which of them is in use (the default)", run_list);
+  add_id(add("info", "Show a channel: medium, protocol, payloads, and the access to it, active and stored",
+             [&context, options](Document& document) {
+               show(context, document, static_cast<uint8_t>(*options->channel));
+             }))
+      ->required();
+  CLI::App* access = add("access", "Show or change the access to a channel, which asks first; what is not given stays",
                          [&context, options](Document& document) { set_access(context, document, *options); });
   add_id(access)->required();
   add_access(access, *options);
-  CLI::App* keys_command = add("keys", "Show the state of a channel's security keys",
-                               [&context, options](Document& document) { keys(context, document, *options); });
+  CLI::App* keys_command =
+      add("keys", "Show whether the keys of a channel are locked; without N of the first LAN channel",
+          [&context, options](Document& document) { keys(context, document, *options); });
   add_id(keys_command);
   keys_command->add_flag("--show", options->show_keys, "Show the keys themselves, too");
   add("auth-caps", "Show how to log in through the channel in use",

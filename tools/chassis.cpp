@@ -334,11 +334,13 @@ constexpr BootField boot_field(const char* option, const char* key, const char* 
 }
 constexpr BootField kBootFields[] = {
     boot_field("--valid", "valid", "Valid", "Whether the flags count (on, unless told)", &Flags::valid),
-    boot_field("device", "device", "Device", "What to boot from", &Flags::boot_device, kDevices),
+    boot_field("device", "device", "Device", "What to boot from; safe is the disk in safe mode, bios its setup",
+               &Flags::boot_device, kDevices),
     boot_field("--persistent", "persistent", "For all boots", "For all boots, not the next one only",
                &Flags::persistent),
     boot_field("--efi", "efi", "EFI boot", "EFI, not PC compatible", &Flags::boot_type),
-    boot_field("--cmos-clear", "cmos_clear", "Clear CMOS", "Clear the settings of the BIOS", &Flags::cmos_clear),
+    boot_field("--cmos-clear", "cmos_clear", "Clear CMOS", "Clear the settings of the BIOS; on asks first",
+               &Flags::cmos_clear),
     boot_field("--password-bypass", "password_bypass", "Bypass password", "Do not ask for the user's password",
                &Flags::password_bypass),
     boot_field("--screen-blank", "screen_blank", "Blank screen", "Blank the screen", &Flags::screen_blank),
@@ -494,7 +496,10 @@ void add_boot(CLI::App* chassis, Context& context) {
   boot->require_subcommand(0, 1);
   const auto run_show = [&context](Document& document) { show_boot(context, document); };
   runs(context, boot, run_show);
-  runs(context, boot->add_subcommand("show", "Show them (the default)"), run_show);
+  runs(
+      context,
+      boot->add_subcommand("show", "Show the boot flags, what clears their valid flag, and the BIOS mux (the default)"),
+      run_show);
 
   CLI::App* set = boot->add_subcommand("set", "Change the boot flags; what is not given stays, if it was valid");
   const auto flags = std::make_shared<Choices>(std::size(kBootFields));
@@ -506,14 +511,14 @@ void add_boot(CLI::App* chassis, Context& context) {
       add_word(set, field.option, (*flags)[i], field.words, field.help);
   }
   runs(context, set, [flags, &context](Document& document) { set_boot(context, document, *flags); });
-  runs(context, boot->add_subcommand("clear", "Mark the boot flags as not valid"),
+  runs(context, boot->add_subcommand("clear", "Mark the boot flags as not valid; all else stays"),
        [&context](Document& document) { clear_boot(context, document); });
 
   CLI::App* events = boot->add_subcommand("clearing", "Show or change which events clear the valid flag");
   const auto choices = add_switches(events, kClearingEvents);
   runs(context, events, [choices, &context](Document& document) { clearing(context, document, *choices); });
 
-  CLI::App* mux = boot->add_subcommand("bios-mux", "Show or set the maker's BIOS mux");
+  CLI::App* mux = boot->add_subcommand("bios-mux", "Show or set the maker's BIOS mux, boot option 96");
   const auto value = std::make_shared<std::optional<uint32_t>>();
   add_number(mux, "value", *value, 0, 0xFF, "New value");
   runs(context, mux, [value, &context](Document& document) { bios_mux(context, document, *value); });
@@ -538,7 +543,7 @@ void add_chassis(CLI::App& app, Context& context) {
   const auto light = std::make_shared<Identify>();
   CLI::Option* seconds = add_number(command, "seconds", light->seconds, 0, 255, "How long; else the BMC decides");
   CLI::Option* force = command->add_flag("--force", light->force, "On until it is turned off")->excludes(seconds);
-  command->add_flag("--off", light->off, "Off")->excludes(seconds)->excludes(force);
+  command->add_flag("--off", light->off, "Turn it off")->excludes(seconds)->excludes(force);
   runs(context, command, [light, &context](Document& document) { identify(context, document, *light); });
 
   command = chassis->add_subcommand("policy", "Show or set what happens when power returns");
@@ -551,11 +556,13 @@ void add_chassis(CLI::App& app, Context& context) {
   runs(context, chassis->add_subcommand("poh", "Show how long the system was powered"),
        [&context](Document& document) { show_part(context, document, "chassis", add_poh); });
 
-  command = chassis->add_subcommand("buttons", "Show, disable (off) or enable (on) buttons of the front panel");
+  command = chassis->add_subcommand(
+      "buttons", "Show, disable (off) or enable (on) buttons of the front panel; asks before it disables any");
   const auto choices = add_switches(command, kButtons);
   runs(context, command, [choices, &context](Document& document) { buttons(context, document, *choices); });
 
-  command = chassis->add_subcommand("power-interval", "Set how long the power stays off in a power cycle");
+  command = chassis->add_subcommand("power-interval",
+                                    "Set how long the power stays off in a power cycle; IPMI cannot read it back");
   const auto interval = std::make_shared<Number>();
   add_number(command, "seconds", *interval, 0, 255, "0: as short as possible")->required();
   runs(context, command, [interval, &context](Document& document) { power_interval(context, document, **interval); });

@@ -52,5 +52,11 @@ void add_debug_level(CLI::App& app, Context& context);
 
 /// What can stand in the place of the last of these words, one a line.
 std::string completions(CLI::App& app, std::vector<std::string> words);
+/// The manual page; `path` is the file with all that the tree of commands does not tell.
+std::string manual_page(const CLI::App& app, const std::string& path);
+
+/// The words that an option or argument takes: its validator tells them as "{a,b}".
+std::vector<std::string> words_of(const CLI::Option& option);
+bool takes_value(const CLI::Option& option);
 
 }  // namespace tool

@@ -6,9 +6,6 @@
 
 namespace tool {
 
-namespace {
-
-/// The words that an option or argument takes: its validator tells them as "{a,b}".
 std::vector<std::string> words_of(const CLI::Option& option) {
   const std::string type = option.get_type_name();
   const size_t begin = type.find('{');
@@ -22,6 +19,8 @@ std::vector<std::string> words_of(const CLI::Option& option) {
 bool takes_value(const CLI::Option& option) {
   return option.get_expected_max() > 0 && option.get_type_size_max() > 0;
 }
+
+namespace {
 
 CLI::Option* find_option(const CLI::App* command, const std::string& word) {
   for (; command != nullptr; command = command->get_parent())

@@ -663,13 +663,13 @@ void dump(Context& context, Document& document, const DumpOptions& options) {
 }  // namespace
 
 void add_fru(CLI::App& app, Context& context) {
-  CLI::App* fru = app.add_subcommand("fru", "Inventory of boards and modules");
+  CLI::App* fru = app.add_subcommand("fru", "FRU devices: the inventories of boards and modules");
   fru->require_subcommand(0, 1);
   fru->callback([fru, &context] {
     if (fru->get_subcommands().empty()) context.run = [&context](Document& document) { list(context, document); };
   });
 
-  fru->add_subcommand("list", "List the FRU devices (the default)")->callback([&context] {
+  fru->add_subcommand("list", "List them (the default)")->callback([&context] {
     context.run = [&context](Document& document) { list(context, document); };
   });
 
@@ -678,6 +678,7 @@ void add_fru(CLI::App& app, Context& context) {
   CLI::Option* id = print_command->add_option("ID", print_options->id, "FRU device ID; all devices when left out")
                         ->check(CLI::Range(0, 254));
   print_command->add_option("--file", print_options->file, "Read this image file instead of a BMC; - is standard input")
+      ->type_name("FILE")
       ->excludes(id);
   print_command->add_flag("--lenient", print_options->lenient, "Show what can be read of a damaged image");
   print_command->add_flag("--details", print_options->details, "Show the bytes and the encoding of each field");
@@ -688,8 +689,8 @@ void add_fru(CLI::App& app, Context& context) {
   const auto dump_options = std::make_shared<DumpOptions>();
   CLI::App* dump_command = fru->add_subcommand("dump", "Save the image of a device");
   dump_command->add_option("ID", dump_options->id, "FRU device ID")->required()->check(CLI::Range(0, 254));
-  dump_command->add_option("FILE", dump_options->file, "Where to; - is standard output")->required();
-  dump_command->add_flag("--force", dump_options->force, "Overwrite the file");
+  dump_command->add_option("FILE", dump_options->file, "New file; - is standard output")->required();
+  dump_command->add_flag("--force", dump_options->force, "Overwrite the file if there is one");
   dump_command->callback([dump_options, &context] {
     context.run = [dump_options, &context](Document& document) { dump(context, document, *dump_options); };
   });

@@ -189,7 +189,7 @@ void add_hw(CLI::App& app, Context& context) {
 
   CLI::App* command = hw->add_subcommand("power", "Show or switch the power");
   const auto control = std::make_shared<Number>();
-  add_word(command, "action", *control, kControls, "What to do");
+  add_word(command, "action", *control, kControls, "What to do; all but on ask first");
   runs(context, command, [control, &context](Document& document) { power(context, document, *control); });
 
   command = hw->add_subcommand("boot", "Show or set the boot device");

@@ -209,7 +209,8 @@ void run_info(Session& session, Document& document) {
 
 void add_info(CLI::App& app, Context& context) {
   CLI::App* command = app.add_subcommand(
-      "info", "What the BMC is: versions, abilities, self test, power state, GUIDs, names of the system");
+      "info",
+      "What the BMC is: identity, versions, abilities, self test, ACPI power state, GUIDs; and names of the system");
   command->callback(
       [&context] { context.run = [&context](Document& document) { run_info(context.session, document); }; });
 }

@@ -567,23 +567,25 @@ void add_lan(CLI::App& app, Context& context) {
   const auto add = [&](CLI::App* parent, const char* name, const char* help, Run run) {
     CLI::App* command = parent->add_subcommand(name, help);
     command->require_subcommand(0, 1);
-    add_channel(command, options->channel);
+    add_channel(command, options->channel, Medium::Lan);
     runs(context, command, [&context, options, run](Document& document) { run(context, document, *options); });
     return command;
   };
   CLI::App* lan = add(&app, "lan", "Network settings of the BMC", print);
   add(lan, "print", "Show them (the default)", print);
-  add_set(add(lan, "set", "Change them; what is not given stays", set), *options);
+  add_set(add(lan, "set", "Change them, which asks first; what is not given stays", set), *options);
 
-  CLI::App* auth_command = add(lan, "auth", "Authentication types of IPMI 1.5 sessions", auth);
-  add_set_auth(add(auth_command, "set", "Choose those of a privilege level", set_auth), *options);
+  CLI::App* auth_command = add(lan, "auth", "Show the authentication types of IPMI 1.5 sessions", auth);
+  add_set_auth(add(auth_command, "set", "Choose those of a privilege level; asks before it takes one away", set_auth),
+               *options);
 
-  CLI::App* cipher_command = add(lan, "cipher", "Cipher suites of IPMI 2.0 sessions", cipher);
-  CLI::App* command = add(cipher_command, "set", "Set the highest privilege level of one", set_cipher);
+  CLI::App* cipher_command = add(lan, "cipher", "Show the cipher suites of IPMI 2.0 sessions", cipher);
+  CLI::App* command =
+      add(cipher_command, "set", "Set the highest privilege level of one; asks before it lowers it", set_cipher);
   add_number(command, "ID", options->cipher, 0, 255, "The cipher suite")->required();
   add_word(command, "LEVEL", options->cipher_level, kCipherLevels, "The level")->required();
 
-  add(lan, "stats", "Packet counters", statistics)
+  add(lan, "stats", "Show the packet counters", statistics)
       ->add_flag("--clear", options->clear, "Set the counters to 0 after reading them; asks no question");
 }
 

@@ -61,20 +61,24 @@ bool colour_wanted(const std::string& choice, const StandardOutput& output) {
 void add_options(CLI::App& app, Context& context, Options& options) {
   constexpr uint32_t kMaxTimeoutMs = 3'600'000;
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.set_help_flag("-h,--help", "Show commands and options and exit");
   app.add_option("--driver", options.driver,
                  "How to reach the BMC: dev, dev:PATH, vm:HOST:PORT, or a recording: replay:FILE, replay-any:FILE")
       ->type_name("TRANSPORT");
-  app.add_option("--timeout", options.timeout_ms, "Time for one exchange with the BMC in milliseconds")
+  app.add_option("--timeout", options.timeout_ms, "How long one exchange with the BMC may take, in milliseconds")
       ->type_name("MS")
       ->check(CLI::Range(uint32_t{1}, kMaxTimeoutMs));
   app.add_option("-o,--output", options.format, "Form of the output")
       ->type_name("FORM")
+      ->capture_default_str()
       ->check(CLI::IsMember({"table", "json", "csv"}));
   app.add_option("--color", options.colour, "When to use colours")
       ->type_name("WHEN")
+      ->capture_default_str()
       ->check(CLI::IsMember({"auto", "always", "never"}));
-  app.add_flag("-v,--verbose", options.verbose, "Show each exchange with the BMC on standard error");
-  app.add_flag("-y,--yes", context.assume_yes, "Go ahead without asking");
+  app.add_flag("-v,--verbose", options.verbose,
+               "Show which driver is used and each exchange with the BMC, on standard error");
+  app.add_flag("-y,--yes", context.assume_yes, "Go ahead where a command would ask");
   app.set_version_flag("--version", "lumipmi " LUMIPMI_VERSION, "Show the version and exit");
 }
 
@@ -152,6 +156,10 @@ Exit run_tool(int argc, char** argv) {
 
   if (argc > 1 && std::string(argv[1]) == "__complete") {  // asked by lumipmi.bash
     StandardOutput().write(completions(app, {argv + 2, argv + argc}));
+    return Exit::Ok;
+  }
+  if (argc > 1 && std::string(argv[1]) == "__man") {  // makes docs/lumipmi.1
+    StandardOutput().write(manual_page(app, argc > 2 ? argv[2] : "docs/lumipmi.1.in"));
     return Exit::Ok;
   }
   try {

@@ -166,18 +166,20 @@ void add_payload(CLI::App& app, Context& context) {
   payload->require_subcommand(0, 1);
   const auto run_show = [&context](Document& document) { show_payloads(context, document); };
   runs(context, payload, run_show);
-  runs(context, payload->add_subcommand("show", "Show which are supported (the default)"), run_show);
+  runs(context,
+       payload->add_subcommand("show", "Show which the LAN channel with serial over LAN supports (the default)"),
+       run_show);
 
   const auto options = std::make_shared<AccessOptions>();
   CLI::App* command = payload->add_subcommand("access", "Show or change what a user may use");
   add_number(command, "user", options->user, 1, kLastUser, "User ID")->required();
   add_bits(command, "--allow", options->allow, kAccess, "Payloads to allow");
-  add_bits(command, "--deny", options->deny, kAccess, "Payloads to take away");
+  add_bits(command, "--deny", options->deny, kAccess, "Payloads to take away; asks first");
   runs(context, command, [options, &context](Document& document) { access(context, document, *options); });
 }
 
 void add_key(CLI::App& app, Context& context) {
-  CLI::App* key = app.add_subcommand("key", "Security keys K_R and K_G");
+  CLI::App* key = app.add_subcommand("key", "Security keys K_R and K_G of the LAN channel with serial over LAN");
   key->require_subcommand(0, 1);
   const auto run_show = [&context](Document& document) { show_keys(context, document); };
   runs(context, key, run_show);
@@ -192,10 +194,11 @@ void add_key(CLI::App& app, Context& context) {
     return command;
   };
   add("show", "Show a key", [id, &context](Document& document) { show_key(context.session, document, **id); });
-  add("set", "Set a key, read from the terminal or standard input", [id, is_text, &context](Document& document) {
-    set_key(context, document, **id, *is_text);
-  })->add_flag("--text", *is_text, "The key is a text of at most 20 bytes, not hex digits");
-  add("lock", "Lock a key for good", [id, &context](Document& document) { lock_key(context, document, **id); });
+  add("set", "Set a key, read from the terminal or standard input; asks first",
+      [id, is_text, &context](Document& document) { set_key(context, document, **id, *is_text); })
+      ->add_flag("--text", *is_text, "The key is a text of at most 20 bytes, not hex digits");
+  add("lock", "Lock a key for good; asks first",
+      [id, &context](Document& document) { lock_key(context, document, **id); });
 }
 
 }  // namespace tool

@@ -537,8 +537,9 @@ CLI::Option* add_match(CLI::App* command, const std::string& name, std::optional
             value = text == "any" ? kAny : static_cast<uint32_t>(std::stoul(text, nullptr, 0));
           },
           help)
-      ->type_name("N|any")
-      ->check(CLI::IsMember({"any"}) | CLI::Range(0, kAny - 1));
+      ->type_name("N")
+      ->check(
+          (CLI::IsMember({"any"}) | CLI::Range(0, kAny - 1)).description("{any} or 0 to " + std::to_string(kAny - 1)));
 }
 
 std::string lower(std::string text) {
@@ -599,9 +600,10 @@ void add_filter(CLI::App* pef, Context& context) {
   add_bits(set, "--action", options->actions, kActions, "What a matching event does");
   add_number(set, "--policy", options->policy, 0, kLastNibble, "Policy for alerts");
   add_word(set, "--severity", options->severity, kSeverities, "Severity of a matching event");
-  add_match(set, "--generator", options->generator, "Slave address or software ID that sends the event");
+  add_match(set, "--generator", options->generator,
+            "Slave address or software ID that sends the event, as events carry it");
   add_parsed(set, "--sensor-type", options->sensor_type, sensor_type_of, "any, a name, or a number from 0 to 254",
-             "Type of the sensor");
+             "Type of the sensor, named as sdr shows it");
   add_match(set, "--sensor", options->sensor, "Number of the sensor");
   add_match(set, "--trigger", options->trigger, "Event/reading type code");
   add_parsed(set, "--offsets", options->offsets, offsets_of, "any, or numbers from 0 to 14 with commas between",
@@ -611,7 +613,7 @@ void add_filter(CLI::App* pef, Context& context) {
 
 void add_policy(CLI::App* pef, Context& context) {
   const auto options = std::make_shared<PolicyOptions>();
-  CLI::App* policy = pef->add_subcommand("policy", "Alert policies")->alias("policies");
+  CLI::App* policy = pef->add_subcommand("policy", "Alert policies: the entries of their table")->alias("policies");
   policy->require_subcommand(0, 1);
   runs(context, policy,
        [&context](Document& document) { show_policies(context.session, document, 1, policy_count(context.session)); });
@@ -620,7 +622,7 @@ void add_policy(CLI::App* pef, Context& context) {
   add_number(set, "number", options->number, 1, kLastEntry, "The entry")->required();
   add_switch(set, "--enable", options->enable, "Whether the entry is used");
   add_number(set, "--policy", options->policy, 0, kLastNibble, "The policy that the entry belongs to");
-  add_word(set, "--type", options->type, kPolicyTypes, "When the entry sends an alert");
+  add_word(set, "--type", options->type, kPolicyTypes, "When the entry sends its alert");
   add_number(set, "--channel", options->channel, 0, kLastNibble, "Channel of the destination");
   add_number(set, "--destination", options->destination, 0, kLastNibble, "Destination on the channel");
   CLI::Option* string =
@@ -632,17 +634,18 @@ void add_policy(CLI::App* pef, Context& context) {
 
 void add_destination(CLI::App* pef, Context& context) {
   const auto options = std::make_shared<DestinationOptions>();
-  CLI::App* command = pef->add_subcommand("destination", "Alert destinations of a LAN channel")->alias("destinations");
+  CLI::App* command = pef->add_subcommand("destination", "Alert destinations of a LAN channel; 0 is the volatile one")
+                          ->alias("destinations");
   command->require_subcommand(0, 1);
-  add_channel(command, options->channel);
+  add_channel(command, options->channel, Medium::Lan);
   runs(context, command, [options, &context](Document& document) {
     const uint8_t channel = channel_of(context.session, options->channel, Medium::Lan);
     show_destinations(context.session, document, channel, 0, destination_count(context.session, channel));
   });
 
   CLI::App* set = command->add_subcommand("set", "Change a destination; what is not given stays");
-  add_number(set, "number", options->number, 0, kLastNibble, "The destination; 0 is the volatile one")->required();
-  add_channel(set, options->channel);
+  add_number(set, "number", options->number, 0, kLastNibble, "The destination")->required();
+  add_channel(set, options->channel, Medium::Lan);
   add_ipv4(
       set, "--address", [options](const Bytes& address) { options->address = address; }, "IPv4 address");
   add_mac(
@@ -658,7 +661,8 @@ void add_destination(CLI::App* pef, Context& context) {
 }  // namespace
 
 void add_pef(CLI::App& app, Context& context) {
-  CLI::App* pef = app.add_subcommand("pef", "Platform event filtering and alerts");
+  CLI::App* pef = app.add_subcommand(
+      "pef", "Platform event filtering and alerts; shows what holds for all filters, and the filters");
   pef->require_subcommand(0, 1);
   runs(context, pef, [&context](Document& document) {
     Parts parts(context.session, document);
@@ -681,18 +685,18 @@ void add_pef(CLI::App& app, Context& context) {
   CLI::App* string = pef->add_subcommand("community", "Show or set the community string of a LAN channel's alerts");
   string
       ->add_option_function<std::string>(
-          "text", [text](const std::string& given) { text->text = given; }, "The new one")
+          "text", [text](const std::string& given) { text->text = given; }, "The new one, at most 17 bytes")
       ->check([](const std::string& given) {
         return given.size() <= kLongestCommunity
                    ? std::string()
                    : "a community string has at most " + std::to_string(kLongestCommunity) + " bytes, this one has " +
                          std::to_string(given.size());
       });
-  add_channel(string, text->channel);
+  add_channel(string, text->channel, Medium::Lan);
   runs(context, string, [text, &context](Document& document) { community(context.session, document, *text); });
 
   const auto now = std::make_shared<AlertOptions>();
-  CLI::App* command = pef->add_subcommand("alert", "Send an alert now");
+  CLI::App* command = pef->add_subcommand("alert", "Send an alert now, and show how it goes");
   add_number(command, "channel", now->channel, 0, kLastNibble, "The channel")->required();
   add_number(command, "destination", now->destination, 0, kLastNibble, "The destination on it")->required();
   CLI::Option* selector = add_number(command, "--string", now->string, 0, kLastEntry, "Send this alert string");

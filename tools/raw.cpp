@@ -91,7 +91,7 @@ void add_raw(CLI::App& app, Context& context) {
   command->add_option("NETFN", arguments->net_fn, "Network function, even")->required();
   command->add_option("CMD", arguments->cmd, "Command code")->required();
   command->add_option("BYTE", arguments->bytes, "Data bytes")->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  command->add_option("--lun", arguments->lun, "LUN of the BMC, 0 to 3")->type_name("N")->check(CLI::Range(0, 3));
+  command->add_option("--lun", arguments->lun, "LUN of the BMC")->type_name("N")->check(CLI::Range(0, 3));
   command->callback([&context, arguments] {
     context.run = [&context, arguments](Document& document) { run_raw(context.session, *arguments, document); };
   });

@@ -503,7 +503,7 @@ void show_record(Session& session, const std::string& id, Document& document) {
 }  // namespace
 
 void add_sdr(CLI::App& app, Context& context) {
-  CLI::App* sdr = app.add_subcommand("sdr", "The records of the SDR repository; without a command: list");
+  CLI::App* sdr = app.add_subcommand("sdr", "The sensor data records (SDR) of the repository");
   sdr->require_subcommand(0, 1);
   const auto list = [&context] {
     context.run = [&context](Document& document) { list_records(context.session, document); };
@@ -511,10 +511,10 @@ void add_sdr(CLI::App& app, Context& context) {
   sdr->callback([sdr, list] {
     if (sdr->get_subcommands().empty()) list();
   });
-  sdr->add_subcommand("list", "One line for each record")->callback(list);
+  sdr->add_subcommand("list", "List them, one on each line (the default)")->callback(list);
 
   auto id = std::make_shared<std::string>();
-  CLI::App* show = sdr->add_subcommand("show", "One record in full");
+  CLI::App* show = sdr->add_subcommand("show", "Show one record in full");
   show->add_option("ID", *id, "Record ID, decimal or 0x and hexadecimal; 0 the first, 0xFFFF the last")->required();
   show->callback([&context, id] {
     context.run = [&context, id](Document& document) { show_record(context.session, *id, document); };

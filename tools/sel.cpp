@@ -608,7 +608,8 @@ void add_sel(CLI::App& app, Context& context) {
         ->check(CLI::Range(0, 0xFFFF));
   runs(list_command, run_list);
 
-  runs(sel->add_subcommand("info", "Show the state of the log"),
+  runs(sel->add_subcommand("info",
+                           "Show the state of the log: entries, free space, times of the last changes, abilities"),
        [&context](Document& document) { info(context, document); });
 
   CLI::App* get_command = sel->add_subcommand("get", "Show one record in full");
@@ -618,6 +619,7 @@ void add_sel(CLI::App& app, Context& context) {
   CLI::App* add_command = sel->add_subcommand("add", "Add records");
   CLI::Option* bytes = add_command->add_option("BYTES", options->bytes, "The 16 bytes of a record, in hex");
   add_command->add_option("--file", options->file, "A record of 16 bytes on each line; - is standard input")
+      ->type_name("FILE")
       ->excludes(bytes);
   runs(add_command, [options, &context](Document& document) { add(context, document, options->bytes, options->file); });
 

@@ -432,9 +432,9 @@ void show_sensors(Session& session, const std::vector<std::string>& words, Docum
 
 void add_sensors(CLI::App& app, Context& context) {
   auto words = std::make_shared<std::vector<std::string>>();
-  CLI::App* command = app.add_subcommand("sensors", "What the sensors say; all about those that are named");
-  command
-      ->add_option("SENSOR", *words, "Name, or number (40, 0x28), with LUN 1.40, with owner 0x2C/0.40; none: list all")
+  CLI::App* command =
+      app.add_subcommand("sensors", "Readings and states of all sensors, or everything about those that are named");
+  command->add_option("SENSOR", *words, "Name, or number (40, 0x28), with LUN 1.40, with owner 0x2C/0.40")
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   command->callback([&context, words] {
     context.run = [&context, words](Document& document) {

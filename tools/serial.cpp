@@ -290,9 +290,9 @@ void add_serial(CLI::App& app, Context& context) {
   const auto options = std::make_shared<Options>();
   CLI::App* serial = app.add_subcommand("serial", "Serial port of the BMC");
   serial->require_subcommand(0, 1);
-  CLI::App* list = serial->add_subcommand("show", "Show the configuration (the default)");
+  CLI::App* list = serial->add_subcommand("show", "Show its configuration and who owns it (the default)");
   for (CLI::App* command : {serial, list}) {
-    add_channel(command, options->channel);
+    add_channel(command, options->channel, Medium::Serial);
     runs(context, command, [options, &context](Document& document) {
       show(context, document, channel_of(context.session, options->channel, Medium::Serial));
     });
@@ -300,7 +300,7 @@ void add_serial(CLI::App& app, Context& context) {
 
   constexpr uint32_t kLastNibble = 0x0F;
   CLI::App* command = serial->add_subcommand("set", "Change the configuration; what is not given stays");
-  add_channel(command, options->channel);
+  add_channel(command, options->channel, Medium::Serial);
   add_word(command, "--connection", options->connection, kConnections, "What the port is connected to");
   add_bits(command, "--modes", options->modes, kModes, "Connection modes");
   add_word(command, "--bit-rate", options->bit_rate, kBitRates, "Bit rate");
@@ -313,20 +313,22 @@ void add_serial(CLI::App& app, Context& context) {
   add_word(command, "--output-newline", options->output_newline, kOutputNewlines, "Terminal mode: newline sent");
   add_word(command, "--input-newline", options->input_newline, kInputNewlines, "Terminal mode: newline received");
   for (size_t i = 0; i < kLevelCount; ++i)
-    add_bits(command, kLevels[i].option, options->auth[i], kAuthTypes, kLevels[i].label, "off");
-  add_number(command, "--port-connector", options->connector, 0, kLastNibble, "System's port: connector");
-  add_number(command, "--port-channel", options->port_channel, 0, kLastNibble, "System's port: IPMI channel");
+    add_bits(command, kLevels[i].option, options->auth[i], kAuthTypes,
+             "Authentication types of level " + std::string(kLevels[i].option).substr(7), "off");
+  add_number(command, "--port-connector", options->connector, 0, kLastNibble, "System's port: its connector");
+  add_number(command, "--port-channel", options->port_channel, 0, kLastNibble, "System's port: its IPMI channel");
   add_number(command, "--port-controller", options->controller, 0, kLastNibble,
-             "System's port: channel of the serial controller");
+             "System's port: channel of its serial controller");
   add_switch(command, "--port-sol", options->port_sol, "System's port: used for SOL");
   add_switch(command, "--port-sharing", options->port_sharing, "System's port: shared with the BMC");
   runs(context, command, [options, &context](Document& document) { set(context, document, *options); });
 
   const auto switching = std::make_shared<MuxOptions>();
-  CLI::App* mux_command = serial->add_subcommand("mux", "Show to whom the port belongs, or switch it");
+  CLI::App* mux_command =
+      serial->add_subcommand("mux", "Show to whom the port belongs, or switch it, which asks first");
   add_word(mux_command, "side", switching->side, kMuxSides, "Who gets it");
-  add_channel(mux_command, switching->channel);
-  mux_command->add_flag("--force", switching->force, "Switch it even when the BMC would rather not");
+  add_channel(mux_command, switching->channel, Medium::Serial);
+  mux_command->add_flag("--force", switching->force, "Switch it even when the BMC blocks requests");
   runs(context, mux_command, [switching, &context](Document& document) { mux(context, document, *switching); });
 }
 

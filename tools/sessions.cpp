@@ -114,7 +114,7 @@ void add_session(CLI::App& app, Context& context) {
   runs(context, session, run_list);
   runs(context, session->add_subcommand("list", "List the active sessions (the default)"), run_list);
 
-  CLI::App* command = session->add_subcommand("info", "Show how many sessions there are, or one of them");
+  CLI::App* command = session->add_subcommand("info", "Show how many sessions are active and possible, or one of them");
   const auto options = std::make_shared<Options>();
   CLI::Option* handle = add_number(command, "--handle", options->handle, 1, 0xFF, "The session with this handle");
   add_number(command, "--id", options->id, 0, 0xFFFFFFFF, "The session with this ID")->excludes(handle);

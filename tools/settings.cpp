@@ -120,9 +120,11 @@ CLI::Option* add_number(CLI::App* command, const std::string& name, std::optiona
   return command->add_option(name, value, help)->type_name("N")->check(CLI::Range(min, max));
 }
 
-CLI::Option* add_channel(CLI::App* command, std::optional<uint32_t>& value) {
+CLI::Option* add_channel(CLI::App* command, std::optional<uint32_t>& value, Medium medium) {
   constexpr uint32_t kGreatest = 0x0F;
-  return add_number(command, "--channel", value, 0, kGreatest, "The channel, 0 to 15; 14 is the one in use");
+  return add_number(command, "--channel", value, 0, kGreatest,
+                    std::string("The channel, 14 for the one in use; without it the first ") +
+                        (medium == Medium::Lan ? "LAN" : "serial") + " channel");
 }
 
 CLI::Option* add_switch(CLI::App* command, const std::string& name, std::optional<uint32_t>& value,
@@ -133,7 +135,7 @@ CLI::Option* add_switch(CLI::App* command, const std::string& name, std::optiona
 
 CLI::Option* add_bits(CLI::App* command, const std::string& name, std::optional<uint32_t>& value,
                       std::span<const Bit> bits, const std::string& help, const std::string& nothing) {
-  const std::string allowed = nothing + " or some of {" + joined(bits_of(bits, UINT32_MAX)) + "}";
+  const std::string allowed = nothing + " or some of {" + joined(bits_of(bits, UINT32_MAX)) + "} with commas between";
   return command
       ->add_option_function<std::string>(
           name, [&value, bits, nothing](const std::string& text) { value = bits_from(bits, text, nothing); }, help)

@@ -50,7 +50,8 @@ CLI::Option* add_word(CLI::App* command, const std::string& name, std::optional<
                       std::span<const Word> words, const std::string& help);
 CLI::Option* add_number(CLI::App* command, const std::string& name, std::optional<uint32_t>& value, uint32_t min,
                         uint32_t max, const std::string& help);
-CLI::Option* add_channel(CLI::App* command, std::optional<uint32_t>& value);  // --channel
+/// --channel; of that medium is the channel that channel_of() finds without it.
+CLI::Option* add_channel(CLI::App* command, std::optional<uint32_t>& value, Medium medium);
 /// "on" or "off"
 CLI::Option* add_switch(CLI::App* command, const std::string& name, std::optional<uint32_t>& value,
                         const std::string& help);

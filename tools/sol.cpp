@@ -191,7 +191,7 @@ void deactivate(Context& context, Document& document, uint8_t number) {
 CLI::Option* add_steps(CLI::App* command, const std::string& name, std::optional<uint32_t>& value, uint32_t min,
                        uint32_t step, const std::string& help) {
   constexpr uint32_t kMostSteps = 255;
-  return add_number(command, name, value, min, kMostSteps * step, help)
+  return add_number(command, name, value, min, kMostSteps * step, help + "; a multiple of " + std::to_string(step))
       ->type_name("MS")
       ->check([step](const std::string& text) {
         return std::stoul(text, nullptr, 0) % step == 0 ? std::string()
@@ -205,17 +205,17 @@ void add_sol(CLI::App& app, Context& context) {
   const auto options = std::make_shared<Options>();
   CLI::App* sol = app.add_subcommand("sol", "Serial over LAN");
   sol->require_subcommand(0, 1);
-  CLI::App* list = sol->add_subcommand("show", "Show the configuration (the default)");
+  CLI::App* list = sol->add_subcommand("show", "Show the configuration and the active instances (the default)");
   for (CLI::App* command : {sol, list}) {
-    add_channel(command, options->channel);
+    add_channel(command, options->channel, Medium::Lan);
     runs(context, command, [options, &context](Document& document) {
       show(context, document, channel_of(context.session, options->channel, Medium::Lan));
     });
   }
 
   CLI::App* command = sol->add_subcommand("set", "Change the configuration; what is not given stays");
-  add_channel(command, options->channel);
-  add_switch(command, "--enable", options->enable, "Whether SOL can be activated");
+  add_channel(command, options->channel, Medium::Lan);
+  add_switch(command, "--enable", options->enable, "Whether SOL can be activated; off asks first");
   add_switch(command, "--force-encryption", options->force_encryption, "Whether the payload has to be encrypted");
   add_switch(command, "--force-authentication", options->force_authentication,
              "Whether the payload has to be authenticated");
@@ -230,12 +230,12 @@ void add_sol(CLI::App& app, Context& context) {
   add_number(command, "--port", options->port, 1, 65535, "UDP port of the payload");
   runs(context, command, [options, &context](Document& document) { set(context, document, *options); });
 
-  runs(context, sol->add_subcommand("status", "Show the active instances"),
+  runs(context, sol->add_subcommand("status", "Show the active instances and their sessions"),
        [&context](Document& document) { show_status(context, document); });
 
   const auto instance = std::make_shared<std::optional<uint32_t>>(1);
-  CLI::App* stop = sol->add_subcommand("deactivate", "End an instance; cuts off its user");
-  add_number(stop, "--instance", *instance, 1, 15, "The instance; 1 unless given");
+  CLI::App* stop = sol->add_subcommand("deactivate", "End an instance, which cuts off its user; asks first");
+  add_number(stop, "--instance", *instance, 1, 15, "The instance")->default_str("1");
   runs(context, stop,
        [instance, &context](Document& document) { deactivate(context, document, static_cast<uint8_t>(**instance)); });
 }

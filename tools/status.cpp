@@ -77,8 +77,9 @@ void show_all(Document& document) {
 void add_status(CLI::App& app, Context& context) {
   auto code = std::make_shared<std::string>();
   CLI::App* command =
-      app.add_subcommand("status", "What a status or a completion code means; without one: all of them");
-  CLI::Option* given = command->add_option("CODE", *code, "Decimal, hexadecimal (0xC1) or a name");
+      app.add_subcommand("status", "What a status of the library or a completion code means; without one: all of them");
+  CLI::Option* given =
+      command->add_option("CODE", *code, "Decimal, hexadecimal with 0x or with a letter in it, or a name");
   command->callback([&context, code, given] {
     context.run = [code, given](Document& document) {
       if (given->count() != 0)

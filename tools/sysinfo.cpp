@@ -206,7 +206,11 @@ void add_sysinfo(CLI::App& app, Context& context) {
   CLI::App* command = sysinfo->add_subcommand("set", "Set one of them");
   const auto options = std::make_shared<Options>();
   add_word(command, "what", options->parameter, names, "Which one")->required();
-  command->add_option("text", options->text, "At most 255 bytes")->type_name("TEXT")->required();
+  command
+      ->add_option("text", options->text,
+                   "At most 255 bytes, in Latin-1 if that has all of its characters, else in UTF-8")
+      ->type_name("TEXT")
+      ->required();
   runs(context, command, [options, &context](Document& document) {
     set(context, document, static_cast<uint8_t>(*options->parameter), options->text);
   });

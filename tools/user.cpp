@@ -313,40 +313,46 @@ void add_user(CLI::App& app, Context& context) {
   using Run = void (*)(Context&, Document&, const Options&);
   const auto add = [&](CLI::App* parent, const char* name, const char* help, Run run) {
     CLI::App* command = parent->add_subcommand(name, help);
-    add_channel(command, options->channel);
+    add_channel(command, options->channel, Medium::Lan);
     runs(context, command, [&context, options, run](Document& document) { run(context, document, *options); });
     return command;
   };
-  CLI::App* user = add(&app, "user", "Users of the BMC", list);
+  CLI::App* user = add(&app, "user", "Users of the BMC, and what they may do on a channel", list);
   user->require_subcommand(0, 1);
   const auto add_all = [&](CLI::App* command) {
-    command->add_flag("--all", options->all, "Accounts without name and rights, too");
+    command->add_flag("--all", options->all, "Also list accounts without a name and without rights");
   };
   add_all(user);
-  add_all(add(user, "list", "List the users (the default)", list));
+  add_all(add(user, "list", "List them (the default)", list));
 
   const auto add_for_user = [&](const char* name, const char* help, Run run) {
     CLI::App* command = add(user, name, help, run);
-    add_number(command, "ID", options->id, 1, kLastUser, "The user, 1 to 63")->required();
+    add_number(command, "ID", options->id, 1, kLastUser, "The user")->required();
     return command;
   };
   add_for_user("show", "Show a user", show_one);
-  add_for_user("set", "Change a user", set_name)->add_option("--name", options->name, "The name")->required();
+  add_for_user("set", "Change a user's name, as name does", set_name)
+      ->add_option("--name", options->name, "At most 16 bytes")
+      ->type_name("NAME")
+      ->required();
   add_for_user("enable", "Enable a user", [](Context& tool, Document& document, const Options& given) {
     switch_user(tool, document, given, true);
   });
-  add_for_user("disable", "Disable a user", [](Context& tool, Document& document, const Options& given) {
+  add_for_user("disable", "Disable a user; asks first", [](Context& tool, Document& document, const Options& given) {
     switch_user(tool, document, given, false);
   });
   add_for_user("name", "Name a user", set_name)->add_option("NAME", options->name, "At most 16 bytes")->required();
 
   CLI::App* command = add_for_user("password", "Set a password, read from the terminal or standard input", password);
   static constexpr Word kLengths[] = {{kShortPassword, "16"}, {kLongPassword, "20"}};
-  add_word(command, "--length", options->length, kLengths, "Bytes that the BMC stores; 20 is for IPMI 2.0 only");
-  command->add_flag("--test", options->test, "Only test the password");
+  add_word(command, "--length", options->length, kLengths,
+           "Bytes that the BMC stores and the password may have; 20 is for IPMI 2.0 only")
+      ->default_str("16");
+  command->add_flag("--test", options->test, "Only test the password: exit status 4 when it is another");
 
-  add_word(add_for_user("privilege", "Set a user's highest privilege level on a channel", set_privilege), "LEVEL",
-           options->level, kLimits, "The level")
+  add_word(add_for_user("privilege", "Set a user's highest privilege level on a channel; asks before it lowers it",
+                        set_privilege),
+           "LEVEL", options->level, kLimits, "The level")
       ->required();
 
   command = add_for_user("access", "Change a user's access to a channel; what is not given stays", set_access);

@@ -100,7 +100,7 @@ void add_watchdog(CLI::App& app, Context& context) {
   add_word(command, "--use", options->use, kUses, "What the timer watches");
   add_word(command, "--action", options->action, kActions, "What happens at its end");
   add_word(command, "--interrupt", options->interrupt, kInterrupts, "Interrupt before the action");
-  add_number(command, "--interrupt-seconds", options->interrupt_seconds, 0, 255, "How long before the action");
+  add_number(command, "--interrupt-seconds", options->interrupt_seconds, 0, 255, "How many seconds before the action");
   add_number(command, "--seconds", options->seconds, 0, kLongestSeconds, "Countdown in seconds");
   add_switch(command, "--log", options->log, "Whether an expiration is logged");
   command->add_flag("--clear", options->clear, "Forget which uses expired");
