@@ -17,6 +17,11 @@ if(LUMIPMI_SANITIZE)
   add_link_options(-fsanitize=${LUMIPMI_SANITIZE})
 endif()
 
+if(LUMIPMI_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
 # What may go into a library that we install: no exceptions, no RTTI, nothing that needs the C++ runtime.
 add_library(lumipmi_freestanding INTERFACE)
 target_link_libraries(lumipmi_freestanding INTERFACE lumipmi_warnings)
