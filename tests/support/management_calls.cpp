@@ -251,7 +251,7 @@ Ask password(uint8_t user, uint8_t operation, const std::string& text, const Com
 }
 
 const Ask kWatchdog = query(0x06, 0x25, {}, {0x84, 0x23, 0x07, 0x3E, 0x58, 0x02, 0x2C, 0x01}, 8);
-const IPMIWatchdogConfig kTimer = {1, 1, 2, 0x02, 0, 600, 0};
+const IPMIWatchdogConfig kTimer = {1, 1, 2, 0x02, 0, 0x1234, 0};
 
 const Ask kSdrInfo = query(0x0A, 0x20, {}, {0x51, 54, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7, 8, 0x02}, 14, kC3);
 const Ask kSelInfo = query(0x0A, 0x40, {}, {0x51, 12, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7, 8, 0x0B}, 14, kFF, kErasing);
@@ -678,7 +678,7 @@ std::vector<ManagementCall> user_calls() {
        join(join(le(4), le(2)), join(le(3), {0x3E, 0xA5, 0x58, 0x02, 0x2C, 0x01, 0xA5, 0xA5}))},
       {"IPMISetWatchdogTimer",
        act([] { return IPMISetWatchdogTimer(&kTimer, 0); }),
-       {kWatchdog, order(0x06, 0x24, {0xC1, 0x12, 0x07, 0x02, 0x58, 0x02})}},
+       {kWatchdog, order(0x06, 0x24, {0xC1, 0x12, 0x07, 0x02, 0x34, 0x12})}},
       {"IPMIResetWatchdogTimer", act(IPMIResetWatchdogTimer), {order(0x06, 0x22, {}, {{0x80, 0x2000011A}})}},
   };
 }

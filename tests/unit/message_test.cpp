@@ -36,6 +36,22 @@ TEST(Message, Text) {
   ipmi_hlp_get_msg_id("x", 0, nothing.text());
 }
 
+TEST(Message, NullPointers) {
+  Guarded<char[8]> text;
+  Guarded<wchar_t[2]> wide;
+  char* end = *text;
+  EXPECT_EQ(ipmi_hlp_get_msg_id(nullptr, 8, *text), *text);
+  EXPECT_EQ(ipmi_hlp_get_msg_id("x", 8, nullptr), nullptr);
+  EXPECT_EQ(ipmi_hlp_get_msg(nullptr, nullptr, 8, *text), *text);
+  EXPECT_EQ(ipmi_hlp_get_msg2("x", nullptr, 8, nullptr, &end), nullptr);
+  EXPECT_EQ(ipmi_hlp_get_wmsg(nullptr, nullptr, 2, *wide), *wide);
+  EXPECT_EQ(ipmi_hlp_get_wmsg("x", nullptr, 2, nullptr), nullptr);
+  EXPECT_EQ(ipmi_hlp_get_wmsg("x", nullptr, 0, *wide), *wide);
+  EXPECT_EQ(end, *text);
+  EXPECT_TRUE(text.untouched() && wide.untouched());
+  EXPECT_STREQ(ipmi_hlp_get_msg2("x", nullptr, 8, *text, nullptr), "x");
+}
+
 TEST(Message, WideText) {
   GuardedBytes room(4 * sizeof(wchar_t), 0xA5);
   auto* wide = reinterpret_cast<wchar_t*>(room.data());
@@ -92,7 +108,10 @@ TEST(Message, BitsWithoutSense) {
   EXPECT_EQ(ipmi_hlp_get_msg_by_bits(nullptr, nullptr, 1, 0, nullptr, 0, "x", *text, 8), 0x20000214u);
   EXPECT_EQ(ipmi_hlp_get_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, nullptr, *text, 8), 0x20000214u);
   EXPECT_EQ(ipmi_hlp_get_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, "x", nullptr, 8), 0x20000214u);
+  EXPECT_EQ(ipmi_hlp_gen_every_msg_by_bits(nullptr, nullptr, 1, 0, nullptr, 0, "x", "", *text, 8), 0x20000214u);
+  EXPECT_EQ(ipmi_hlp_gen_every_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, nullptr, "", *text, 8), 0x20000214u);
   EXPECT_EQ(ipmi_hlp_gen_every_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, "x", nullptr, *text, 8), 0x20000214u);
+  EXPECT_EQ(ipmi_hlp_gen_every_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, "x", "", nullptr, 8), 0x20000214u);
   EXPECT_TRUE(text.untouched());
   EXPECT_EQ(ipmi_hlp_get_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, "x", *text, 0), 0u);
   EXPECT_EQ(ipmi_hlp_get_msg_by_bits(nullptr, &bits, 1, 0, nullptr, 0, "x", *text, -1), 0u);

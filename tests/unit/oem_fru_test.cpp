@@ -178,6 +178,7 @@ TEST(OemFru, DamagedRecords) {
       {"MAC, wrong sum", {0x0D, spoiled(record(counting(12)))}, kDamaged},
       {"MAC, shorter than its field", {0x0D, record(counting(11))}, kDamaged},
       {"PCBA, length 0", {0x0E, unsummed(record({1, 2, 3, 4}))}, 0},
+      {"PCBA, wrong sum behind a byte 0", {0x0E, {1, 8, 0, 1, 1, 2, 3, 4}}, kDamaged},
       {"board, wrong sum", {0xC4, spoiled(record(counting(12)))}, kDamaged},
       {"length beyond the image",
        {0x0D,
@@ -259,6 +260,7 @@ TEST(OemFru, BiosInformationBlock) {
       {"... and then", bib({a, b}, -3), "04 05 06"},
       {"length 0 is not summed, its bytes are what follows", bib({{0, 0, 9}, {1, 0, 0}}), "09 01 00"},
       {"a total length beyond the image", bib({a}, 500), "01 02 03"},
+      {"not even its total length", {0, 0, 7, 0, 9}, "00 00 00"},
       {"an item that leaves the image", bib({a, {0, 200, 1}}, 500), "01 02 03"},
   };
   for (const auto& row : rows) {
