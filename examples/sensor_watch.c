@@ -44,9 +44,9 @@ static double value_of(const IpmiSdrFullSensor *sensor, uint8_t raw) {
 }
 
 /* The states of a reading: bit n is set when the threshold n of this list is crossed. */
-static const char *const kStates[6] = {"below lower non-critical", "below lower critical",
+static const char *const kStates[6] = {"below lower non-critical",    "below lower critical",
                                        "below lower non-recoverable", "above upper non-critical",
-                                       "above upper critical", "above upper non-recoverable"};
+                                       "above upper critical",        "above upper non-recoverable"};
 
 int main(int argc, char **argv) {
   const IpmiConnectParams params = {1, -1, -1, 0};
