@@ -59,7 +59,8 @@ class ToolCase(unittest.TestCase):
     def environment(self, driver, changes):
         """Ours without what changes the tool's ways; the tool talks to the BMC of the module unless told otherwise."""
         env = {name: value for name, value in os.environ.items()
-               if not name.startswith("LUMIPMI_") and name not in ("NO_COLOR", "LD_PRELOAD")}
+               if not name.startswith("LUMIPMI_") and
+               name not in ("NO_COLOR", "LD_PRELOAD", "HOME", "XDG_CACHE_HOME")}  # without a home there is no cache
         env.update(TZ="UTC", LC_ALL="C.UTF-8", TERM="xterm")
         env["LUMIPMI_DRIVER"] = driver or "vm:127.0.0.1:%d" % bmc.vm_port
         env.update(changes)

@@ -131,7 +131,11 @@ TEST(FruParse, JudgesFormatBytesAndChecksums) {
     Bytes image = full_fru_image().build();
     image[c.offset] = c.value;
     if (c.fix) fix_fru_checksums(image);
-    EXPECT_EQ(Parsed(image).status, c.status);
+    Parsed fru(image);
+    EXPECT_EQ(fru.status, c.status);
+    if (c.status == 0) {
+      EXPECT_EQ(fru.info->product_format_version, 1);
+    }
   }
 }
 

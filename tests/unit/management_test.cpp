@@ -634,6 +634,7 @@ TEST(Management, Users) {
         {"06 47 : 02 03" + test, {0x80}},
         {"06 47 : 05 03" + test, {0}}}},
       {"beyond the table", [&] { return find("nobody"); }, kNotFound, {{"06 46 : 03", {0xC9}}}, 3},
+      {"... other words for it", [&] { return find("nobody"); }, kNotFound, {{"06 46 : 03", {0xCC}}}, 3},
       {"16 characters",
        [&] { return find("sixteen letters!"); },
        0,

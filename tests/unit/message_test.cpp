@@ -30,7 +30,7 @@ TEST(Message, Text) {
   GuardedBytes id(9, 0xA5);
   EXPECT_STREQ(ipmi_hlp_get_msg_id("Non-R 1\xE9", 9, id.text()), "Non_R_1_");
   EXPECT_STREQ(ipmi_hlp_get_msg_id("Z[a`{@/:", 9, id.text()), "Z_a_____");
-  EXPECT_STREQ(ipmi_hlp_get_msg_id("0123456789", 9, id.text()), "01234567");
+  EXPECT_STREQ(ipmi_hlp_get_msg_id("9z0123456", 9, id.text()), "9z012345");
   GuardedBytes nothing(0);
   ipmi_hlp_get_msg("x", nullptr, 0, nothing.text());
   ipmi_hlp_get_msg_id("x", 0, nothing.text());
