@@ -492,6 +492,11 @@ TEST(Management, Alerting) {
        0x20000218,
        {{"04 16 : 01 42 85", {0, 0xFF}}},
        2 + 1 + 21},
+      {"an alert without a status",
+       [&] { return IPMIImmediateAlert(0, 2, 1, 5, 1, &result); },
+       0x20000218,
+       {{"04 16 : 01 42 85", {0, 0x00}}},
+       2 + 1 + 21},
       {"an alert that nobody knows of",
        [&] { return IPMIImmediateAlert(0, 2, 0, 5, 1, &result); },
        0x20000218,
@@ -500,7 +505,7 @@ TEST(Management, Alerting) {
   });
   EXPECT_EQ(result, 7u);
   EXPECT_EQ(text[0], 'x');
-  EXPECT_EQ(libc.sleeps_ms(), std::vector<int64_t>(21, 50)) << "only polls that were answered sleep";
+  EXPECT_EQ(libc.sleeps_ms(), std::vector<int64_t>(2 * 21, 50)) << "only polls that were answered sleep";
 
   run_cases({{"a long address is cut",
               [&] { return IPMIGetAlertDestinationIPAddr(2, 7, text); },
@@ -572,14 +577,14 @@ TEST(Management, SerialAndSol) {
       {"no terminal mode",
        [&] { return IPMIGetSerialConfiguration(&config); },
        0x20000113,
-       {{"0c 11 : 02 1d 00 00", {0x80}}}},
+       {{"0c 11 : 02 03 00 00", {0, 0x11, 0x81}}, {"0c 11 : 02 1d 00 00", {0x80}}}},
       {"a bit rate of 11", [&] { return IPMISetSerialConfiguration(&too_fast); }, kInvalid, {}, 3},
       {"a SOL bit rate of 5", [&] { return IPMISetSOLConfiguration(&too_slow); }, kInvalid, {}, 4},
       {"no SOL bit rate", [&] { return IPMIGetSOLConfiguration(&sol); }, 0x20000113, {{"0c 22 : 01 05 00 00", {0x80}}}},
       {"session counts to nowhere", [] { return IPMIGetSessionInfo(nullptr, nullptr); }, kInvalid, {}, 0},
       {"SOL state to nowhere", [] { return IPMIGetEnableSOL(nullptr); }, kInvalid, {}, 3},
   });
-  EXPECT_EQ(hex(reinterpret_cast<uint8_t*>(&config), 12), "00 07 01 00 01 01 00 00 00 00 00 00");
+  EXPECT_EQ(hex(reinterpret_cast<uint8_t*>(&config), 12), "00 07 01 01 00 00 00 00 00 00 00 00");
   EXPECT_EQ(hex(reinterpret_cast<uint8_t*>(&sol), 3), "00 0c 60") << "the bit rate is written all the same";
 }
 
