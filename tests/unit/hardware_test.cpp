@@ -234,6 +234,9 @@ TEST(Hardware, ChannelAccess) {
        {{1, 0, {1, 0x80}, 5, {0x02, 0x04}}, {1, 1, {1, 0x80, 0x84}, 1, {}, 3}},
        3},
       {"null", [&] { return get_channel_access(1, nullptr, &privilege); }, {}, kInvalid},
+      {"null, the second", [&] { return get_channel_access(1, &access, nullptr); }, {}, kInvalid},
+      {"LAN access, null", [&] { return IPMIGetIPMIOverLANAccess_HW(nullptr, &privilege); }, {}, kInvalid},
+      {"LAN access, null privilege", [&] { return IPMIGetIPMIOverLANAccess_HW(&access, nullptr); }, {}, kInvalid},
   });
   EXPECT_EQ(access, 0x22);
   EXPECT_EQ(privilege, 0x34);
@@ -367,6 +370,8 @@ TEST(Hardware, Power) {
        [&] { return IPMIGetPowerState_HW(&count, nullptr, nullptr, &out); },
        {{6, 0, {}, 4, {}, 77}},
        1},
+      {"state, no count", [&] { return IPMIGetPowerState_HW(nullptr, nullptr, nullptr, &on); }, {}, kInvalid},
+      {"state to nowhere", [&] { return IPMIGetPowerState_HW(&count, nullptr, nullptr, nullptr); }, {}, kInvalid},
       {"no count", [&] { return IPMISetPowerState_HW(nullptr, nullptr, &reset, &out); }, {}, kInvalid},
       {"no control", [&] { return count = 1, IPMISetPowerState_HW(&count, nullptr, nullptr, &out); }, {}, kInvalid},
       {"no out", [&] { return count = 1, IPMISetPowerState_HW(&count, nullptr, &reset, nullptr); }, {}, kInvalid},
