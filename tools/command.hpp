@@ -49,6 +49,7 @@ void add_key(CLI::App& app, Context& context);
 void add_hw(CLI::App& app, Context& context);
 void add_defaults(CLI::App& app, Context& context);
 void add_debug_level(CLI::App& app, Context& context);
+void add_cache(CLI::App& app, Context& context);
 
 /// What can stand in the place of the last of these words, one a line.
 std::string completions(CLI::App& app, std::vector<std::string> words);

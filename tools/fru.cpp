@@ -41,6 +41,12 @@ class Reader {
  public:
   explicit Reader(Session& session) : session_(session) {}
 
+  /// Begins with reads of this size, which is known to work elsewhere, and tries larger ones behind the first success.
+  void begin_with(size_t bytes) {
+    chunk_ = bytes;
+    growing_ = true;
+  }
+
   Device open(uint8_t id) {
     IpmiFruInventoryInfo info = {};
     session_.check(ipmi_storage_get_fru_inventory_info(session_.handle(), id, &info), "Get FRU Inventory Area Info");
@@ -128,6 +134,7 @@ class Reader {
                         "The device may be damaged, or smaller than the BMC believes.");
         data.resize(std::min(data.size(), device.size - device.image.size()));
         device.image.insert(device.image.end(), data.begin(), data.end());
+        if (growing_ && data.size() == chunk_) chunk_ = std::min(2 * chunk_, kGreatestChunk);
         return;
       }
       if (status == IPMI_STATUS_BMC_FRU_DEVICE_BUSY && ++busy < kBusyTries) {
@@ -141,6 +148,7 @@ class Reader {
         wanted = bytes / 2;
       } else if (too_long(status) && bytes > unit) {
         chunk_ = smaller(bytes);
+        growing_ = false;
       } else {
         session_.check(status, "Read FRU Data");
       }
@@ -157,6 +165,7 @@ class Reader {
 
   Session& session_;
   size_t chunk_ = kGreatestChunk;  // the largest read that may work: shrinks for good
+  bool growing_ = false;
 };
 
 /// An image as the library parsed it.
@@ -221,17 +230,18 @@ struct Listed {
 };
 
 /// Device 0, which every BMC has, and what the SDRs name.
-std::vector<Listed> listed_devices(Session& session, Document& document) {
+std::vector<Listed> listed_devices(Session& session, Reader& reader, Document& document) {
   std::vector<Listed> devices = {{0, "built-in", ""}};
   Repository repository;
   try {
-    repository = read_repository(session);
+    repository = read_repository(session, {IPMI_SDR_FRU_LOCATOR, IPMI_SDR_MC_LOCATOR});
   } catch (const Failure& failure) {
     if (session.lost_bmc()) throw;
     document.problem("SDR repository", failure.what());
     return devices;
   }
   for (Problem& problem : repository.problems) document.problems.push_back(std::move(problem));
+  if (repository.small_answers != 0) reader.begin_with(repository.small_answers);
 
   for (const SdrRecord& record : repository.records) {
     if (!record.decoded) continue;
@@ -296,7 +306,8 @@ std::vector<Cell> list_cells(Reader& reader, uint8_t id, Document& document) {
 }
 
 void list(Context& context, Document& document) {
-  const std::vector<Listed> devices = listed_devices(context.session, document);
+  Reader reader(context.session);
+  const std::vector<Listed> devices = listed_devices(context.session, reader, document);
   document.sections.push_back(Table{"fru_devices",
                                     "",
                                     {{"id", "ID", true},
@@ -307,7 +318,6 @@ void list(Context& context, Document& document) {
                                      {"status", "Status"}},
                                     {}});
   Table& table = std::get<Table>(document.sections.back());
-  Reader reader(context.session);
   for (const Listed& device : devices) {
     std::vector<Cell> row = {Cell("-", nullptr), device.name};
     if (device.id) {
@@ -537,7 +547,7 @@ void print_device(Reader& reader, const Place& place, uint8_t id, const std::str
 
 void print_all(Context& context, Document& document, const PrintOptions& options) {
   Reader reader(context.session);
-  for (const Listed& device : listed_devices(context.session, document)) {
+  for (const Listed& device : listed_devices(context.session, reader, document)) {
     if (!device.id) continue;
     const Place place{document, fru_name(*device.id), "fru" + std::to_string(*device.id) + "_"};
     try {

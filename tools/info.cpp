@@ -104,21 +104,6 @@ Cell power_cell(std::span<const Word> words, uint8_t state) {
   return Cell(text, Json{{"state", state}, {"text", text}});
 }
 
-/// The BMC sends a GUID with its least significant byte first (IPMI v2.0 rev 1.1, 20.8), so the usual text of RFC 4122
-/// is all sixteen bytes backwards. Many BMCs send the order of SMBIOS or of RFC 4122 itself; ipmitool 1.8.19 picks the
-/// order in which the version digit makes sense, and can print another text for this reason. Nothing is guessed here:
-/// JSON has the bytes as received beside the text.
-std::string guid_text(std::span<const uint8_t, 16> guid) {
-  std::string text;
-  for (size_t i = 0; i < guid.size(); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    const uint8_t byte = guid[guid.size() - 1 - i];
-    text += "0123456789abcdef"[byte >> 4];
-    text += "0123456789abcdef"[byte & 0x0F];
-  }
-  return text;
-}
-
 Cell guid_cell(std::span<const uint8_t, 16> guid) {
   const std::string text = guid_text(guid);
   return Cell(text, Json{{"text", text}, {"received", hex_bytes(guid)}});

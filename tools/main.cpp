@@ -35,6 +35,7 @@ struct Options {
   std::string format = "table";
   std::string colour = "auto";
   bool verbose = false;
+  bool no_cache = false;
 };
 
 void report(const std::string& text) {
@@ -78,6 +79,7 @@ void add_options(CLI::App& app, Context& context, Options& options) {
       ->check(CLI::IsMember({"auto", "always", "never"}));
   app.add_flag("-v,--verbose", options.verbose,
                "Show which driver is used and each exchange with the BMC, on standard error");
+  app.add_flag("--no-cache", options.no_cache, "Read all sensor data records (SDR) from the BMC, and keep none");
   app.add_flag("-y,--yes", context.assume_yes, "Go ahead where a command would ask");
   app.set_version_flag("--version", "lumipmi " LUMIPMI_VERSION, "Show the version and exit");
 }
@@ -147,6 +149,7 @@ Exit run_tool(int argc, char** argv) {
   add_hw(app, context);
   add_defaults(app, context);
   add_debug_level(app, context);
+  add_cache(app, context);
   add_raw(app, context);
   add_status(app, context);
   add_footers(app);
@@ -177,6 +180,7 @@ Exit run_tool(int argc, char** argv) {
   const StandardOutput output;
   context.style = {.format = format_of(options.format), .colour = colour_wanted(options.colour, output)};
   context.interactive = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+  context.session.set_cache(!options.no_cache);
   seam::set_verbose(options.verbose);
   if (!options.driver.empty()) seam::select_transport(options.driver);
   if (options.timeout_ms != 0) seam::set_timeout(options.timeout_ms);

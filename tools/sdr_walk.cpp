@@ -1,11 +1,15 @@
 #include "tools/sdr_walk.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <set>
 #include <span>
 
 #include "tools/names.hpp"
+#include "tools/sdr_cache.hpp"
+#include "tools/seam.hpp"
 #include "tools/text.hpp"
 
 namespace tool {
@@ -42,6 +46,13 @@ size_t wanted_length(const Bytes& raw) {
   return raw.size() < kHeader ? kHeader : kHeader + raw[4];
 }
 
+/// The record types that are wanted; empty: all.
+using Types = std::initializer_list<uint8_t>;
+
+bool is_wanted(const Types& types, uint8_t type) {
+  return types.size() == 0 || std::find(types.begin(), types.end(), type) != types.end();
+}
+
 class RecordReader {
  public:
   explicit RecordReader(Session& session) : session_(session) {}
@@ -51,9 +62,10 @@ class RecordReader {
     std::string error;
     std::optional<uint16_t> next;  // known as soon as one answer came
     Bytes raw;
+    bool skipped = false;  // not a wanted one; only its beginning was read
   };
 
-  Result read(uint16_t id) {
+  Result read(uint16_t id, const Types& types = {}) {
     Result result;
     Bytes& raw = result.raw;
     size_t level = level_;
@@ -68,6 +80,10 @@ class RecordReader {
         raw.insert(raw.end(), piece.bytes.begin(), piece.bytes.end());
         if (offset == 0 && raw.size() < wanted_length(raw)) level = needed = std::max(level, fitting(raw.size()));
         answered_ = true;
+        if (raw.size() >= kHeader && !is_wanted(types, raw[3])) {
+          result.skipped = true;
+          break;
+        }
       } else if (piece.status == IPMI_STATUS_BMC_INVALID_RESERVATION && ++cancelled <= kMaxCancelled) {
         raw.clear();  // the record may have changed meanwhile
         reserve();
@@ -80,16 +96,20 @@ class RecordReader {
         return result;
       }
     }
-    raw.resize(wanted_length(raw));  // some BMCs send bytes behind the record's end
-    learn(needed, raw.size());
+    learn(needed, wanted_length(raw));
+    if (!result.skipped) raw.resize(wanted_length(raw));  // some BMCs send bytes behind the record's end
     return result;
   }
 
+  /// As Repository::small_answers.
+  size_t small_answers() const { return level_ >= kCautious ? kSizes[level_] : 0; }
+
  private:
+  static constexpr size_t kCautious = 2;
+
   /// Keeps a level for the records to come. Where the size that failed exceeds the record, the BMC may have minded only
   /// the record's end; then a size that suits most records is kept.
   void learn(size_t needed, size_t length) {
-    constexpr size_t kCautious = 2;
     const bool beyond_end = needed > 1 && kSizes[needed - 1] > length;
     level_ = std::max(level_, beyond_end ? std::min(needed, kCautious) : needed);
   }
@@ -219,12 +239,16 @@ void decode(SdrRecord& record) {
     record.error = id_string_error(record);
 }
 
+/// The ID of the record that was asked for as the first or last one stands in the record.
+uint16_t id_of(uint16_t asked, const Bytes& raw) {
+  if ((asked != kFirst && asked != kEnd) || raw.size() < 2) return asked;
+  return static_cast<uint16_t>(raw[0] | raw[1] << 8);
+}
+
 SdrRecord finish(uint16_t id, RecordReader::Result& read) {
   SdrRecord record;
-  record.id = id;
   record.raw = std::move(read.raw);
-  if ((id == kFirst || id == kEnd) && record.raw.size() >= 2)
-    record.id = static_cast<uint16_t>(record.raw[0] | record.raw[1] << 8);
+  record.id = id_of(id, record.raw);
   const size_t length = wanted_length(record.raw);
   if (record.raw.size() >= kHeader) decode(record);
   if (!read.error.empty() && record.raw.empty()) record.error = read.error;
@@ -350,6 +374,151 @@ Sensor sensor_of(const SdrRecord& record) {
   return sensor;
 }
 
+// The cache ----------------------------------------------------------------------------------------------------------
+
+/// FNV-1a.
+uint64_t hash(std::string_view text) {
+  uint64_t value = 0xCBF29CE484222325;
+  for (const char c : text) value = (value ^ static_cast<uint8_t>(c)) * 0x100000001B3;
+  return value;
+}
+
+/// What tells a BMC without a GUID from others of its model: the way to it.
+void append_way(Bytes& key) {
+  char host[256] = "";
+  (void)gethostname(host, sizeof host - 1);
+  const uint64_t way = hash(std::string(host) + "\n" + seam::destination());
+  for (unsigned shift = 0; shift < 64; shift += 8) key.push_back(static_cast<uint8_t>(way >> shift));
+}
+
+/// Many BMCs send a GUID that nobody has ever set.
+bool is_guid(std::span<const uint8_t> bytes) {
+  const auto all = [&](uint8_t value) {
+    return std::all_of(bytes.begin(), bytes.end(), [value](uint8_t byte) { return byte == value; });
+  };
+  return !all(0x00) && !all(0xFF);
+}
+
+/// Asks the BMC who it is and how its repository stands: key and state of an image. None when a changed repository
+/// could go unnoticed.
+std::optional<SdrImage> identify(Session& session) {
+  constexpr uint32_t kUnspecified = 0xFFFFFFFF;
+  constexpr uint32_t kLastBeforeClock = 0x20000000;  // seconds from the start of the BMC (37.1)
+  constexpr size_t kInfo = 14;
+  constexpr size_t kGuid = 16;
+  const auto succeeded = [&session](uint32_t status, const char* command) {
+    if (status != 0 && session.fatal(status)) session.check(status, command);
+    return status == 0;
+  };
+  SdrImage image;
+  IpmiSdrRepositoryInfo info = {};
+  const bool informed =
+      succeeded(ipmi_storage_get_sdr_repository_info(session.handle(), &info), "Get SDR Repository Info");
+  if (!informed || info.last_add_time == kUnspecified) {
+    seam::note("cache: not used, the BMC does not tell when its repository was changed");
+    return std::nullopt;
+  }
+  image.state.assign(session.last().reply.begin(), session.last().reply.begin() + kInfo);
+
+  uint8_t guid[kGuid] = {};
+  const bool has_guid = succeeded(ipmi_app_get_system_guid(session.handle(), guid), "Get System GUID") && is_guid(guid);
+  if (has_guid) {
+    image.key = {'G'};
+    image.key.insert(image.key.end(), std::begin(guid), std::end(guid));
+  }
+  // A repository that comes with the firmware has the same time at each start, whatever the firmware is.
+  if (has_guid && info.last_add_time > kLastBeforeClock) return image;
+  IpmiDeviceId id = {};
+  if (!succeeded(ipmi_app_get_device_id(session.handle(), &id), "Get Device ID")) return std::nullopt;
+  const Bytes& device = session.last().reply;  // 11 bytes, or 15
+  image.state.insert(image.state.end(), device.begin(), device.begin() + (device.size() < 15 ? 11 : 15));
+  if (!has_guid) {
+    image.key = {'D', device[0], device[1], device[6], device[7], device[8], device[9], device[10]};
+    append_way(image.key);
+  }
+  return image;
+}
+
+Repository repository_of(const SdrImage& image, const Types& types) {
+  Repository repository;
+  for (const SdrImage::Entry& entry : image.records) {
+    if (!is_wanted(types, entry.raw[3])) continue;
+    RecordReader::Result read;
+    read.raw = entry.raw;
+    repository.records.push_back(finish(entry.id, read));
+    const SdrRecord& record = repository.records.back();
+    if (!record.error.empty()) repository.problems.push_back(problem_of(record));
+  }
+  return repository;
+}
+
+/// Takes up the records of a walk for the cache, as long as nothing is missing.
+class Keeper {
+ public:
+  Keeper(SdrCache& cache, std::optional<SdrImage> image) : cache_(cache), image_(std::move(image)) {}
+
+  void add(const SdrRecord& record, const RecordReader::Result& read) {
+    if (read.status != 0 || record.raw.size() != wanted_length(record.raw) || !read.next) image_.reset();
+    if (image_) image_->records.push_back({record.id, record.raw});
+  }
+  /// The walk came to its proper end.
+  void finish() {
+    if (image_ && !cache_.store(*image_)) seam::note("cache: not written: " + cache_.problem());
+  }
+
+ private:
+  SdrCache& cache_;
+  std::optional<SdrImage> image_;
+};
+
+Repository walk_repository(Session& session, const Types& types, Keeper& keeper) {
+  Repository repository;
+  RecordReader reader(session);
+  Progress progress("reading SDRs");
+  std::set<uint16_t> seen;
+  unsigned guesses = 0;  // in a row
+  for (uint16_t id = kFirst; id != kEnd;) {
+    seen.insert(id);
+    RecordReader::Result read = reader.read(id, types);
+    const bool absent = read.status == IPMI_STATUS_BMC_DATA_NOT_PRESENT && read.raw.empty();
+    if (id == kFirst && absent) return repository;  // an empty one
+    if (id == kFirst && read.raw.empty()) session.check(read.status, "Get SDR");
+
+    uint16_t here = id;
+    if (read.skipped) {
+      here = id_of(id, read.raw);
+      seen.insert(here);
+    } else if (guesses == 0 || !absent) {
+      repository.records.push_back(finish(id, read));
+      const SdrRecord& record = repository.records.back();
+      keeper.add(record, read);
+      here = record.id;
+      seen.insert(here);
+      if (!record.error.empty()) repository.problems.push_back(problem_of(record));
+      progress.step(repository.records.size(), 0);
+    }
+    if (session.fatal(read.status)) {
+      repository.problems.push_back({"SDR repository", "the records behind " + hex_number(here, 4) + " were not read"});
+      return repository;
+    }
+    guesses = read.next ? 0 : guesses + 1;
+    if (guesses > kMaxGuesses) {
+      repository.problems.push_back({"SDR repository", "which record follows is not known, the rest is missing"});
+      return repository;
+    }
+    const uint16_t next = read.next ? *read.next : static_cast<uint16_t>(here + 1);
+    if (next != kEnd && seen.count(next) != 0) {
+      repository.problems.push_back({"SDR repository", "record " + hex_number(here, 4) + " is followed by record " +
+                                                           hex_number(next, 4) + ", which was read before"});
+      return repository;
+    }
+    id = next;
+  }
+  repository.small_answers = reader.small_answers();
+  keeper.finish();
+  return repository;
+}
+
 }  // namespace
 
 SdrRecord read_record(Session& session, uint16_t id) {
@@ -359,46 +528,26 @@ SdrRecord read_record(Session& session, uint16_t id) {
   return finish(id, read);
 }
 
-Repository read_repository(Session& session) {
-  Repository repository;
-  RecordReader reader(session);
-  Progress progress("reading SDRs");
-  std::set<uint16_t> seen;
-  unsigned guesses = 0;  // in a row
-  for (uint16_t id = kFirst; id != kEnd;) {
-    seen.insert(id);
-    RecordReader::Result read = reader.read(id);
-    const bool absent = read.status == IPMI_STATUS_BMC_DATA_NOT_PRESENT && read.raw.empty();
-    if (id == kFirst && absent) return repository;  // an empty one
-    if (id == kFirst && read.raw.empty()) session.check(read.status, "Get SDR");
-
-    uint16_t here = id;
-    if (guesses == 0 || !absent) {
-      repository.records.push_back(finish(id, read));
-      const SdrRecord& record = repository.records.back();
-      here = record.id;
-      seen.insert(here);
-      if (!record.error.empty()) repository.problems.push_back(problem_of(record));
-      progress.step(repository.records.size(), 0);
-    }
-    if (session.fatal(read.status)) {
-      repository.problems.push_back({"SDR repository", "the records behind " + hex_number(here, 4) + " were not read"});
-      break;
-    }
-    guesses = read.next ? 0 : guesses + 1;
-    if (guesses > kMaxGuesses) {
-      repository.problems.push_back({"SDR repository", "which record follows is not known, the rest is missing"});
-      break;
-    }
-    const uint16_t next = read.next ? *read.next : static_cast<uint16_t>(here + 1);
-    if (next != kEnd && seen.count(next) != 0) {
-      repository.problems.push_back({"SDR repository", "record " + hex_number(here, 4) + " is followed by record " +
-                                                           hex_number(next, 4) + ", which was read before"});
-      break;
-    }
-    id = next;
+Repository read_repository(Session& session, Types types) {
+  // A recording has all exchanges, so that it can be played anywhere.
+  if (!session.cache() || seam::is_recorded()) {
+    SdrCache none(SdrCache::Folder::None);
+    Keeper nothing(none, std::nullopt);
+    return walk_repository(session, types, nothing);
   }
-  return repository;
+  // Who needs all records also leaves them behind; for a few it does not pay to read the others.
+  const bool keep = types.size() == 0;
+  SdrCache cache(keep ? SdrCache::Folder::Create : SdrCache::Folder::Existing);
+  if (!cache.problem().empty()) seam::note("cache: not used: " + cache.problem());
+  std::optional<SdrImage> image;
+  if (cache.usable() && (keep || !cache.files().empty())) image = identify(session);
+  if (image) {
+    if (const std::optional<SdrImage> found = cache.find(image->key, image->state)) return repository_of(*found, types);
+    if (!cache.problem().empty()) seam::note("cache: read anew: " + cache.problem());
+  }
+  if (!keep) image.reset();
+  Keeper keeper(cache, std::move(image));
+  return walk_repository(session, types, keeper);
 }
 
 size_t least_length(uint8_t record_type) {

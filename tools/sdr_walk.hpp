@@ -1,7 +1,8 @@
-// The SDR repository, read with few exchanges, and the sensors that its records describe.
+// The SDR repository, from the cache or read with few exchanges, and the sensors that its records describe.
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,11 +25,13 @@ struct SdrRecord {
 struct Repository {
   std::vector<SdrRecord> records;  // in the order of the repository
   std::vector<Problem> problems;   // of records and of the walk itself
+  size_t small_answers = 0;        // record bytes that answers hold when the BMC refused to send more; else 0
 };
 
-/// Reads all records. Throws a Failure only when not even the first record could be read; everything later becomes a
-/// problem and what was read is kept.
-Repository read_repository(Session& session);
+/// Reads all records, or those of some types alone with less exchanges. Throws a Failure only when not even the first
+/// record could be read; everything later becomes a problem and what was read is kept. The cache knows no problems:
+/// what could not be read whole is read again the next time.
+Repository read_repository(Session& session, std::initializer_list<uint8_t> types = {});
 
 /// Reads one record; a Failure when there is none, else SdrRecord::error says what is missing.
 SdrRecord read_record(Session& session, uint16_t id);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 #include "tools/text.hpp"
 
@@ -138,6 +139,10 @@ bool verbose() {
   return g_state.verbose;
 }
 
+void note(const std::string& line) {
+  if (g_state.verbose) print(line);
+}
+
 size_t exchanges() {
   return g_state.exchanges;
 }
@@ -161,6 +166,16 @@ void select_transport(const std::string& transport) {
     throw Failure(Exit::Usage, "--driver: " + to_utf8(driver().last_error()));
   if (!is_own_driver())
     print("lumipmi: requests go to " + exchange_file() + "; --driver counts only if it passes them on");
+}
+
+std::string destination() {
+  return driver_description();
+}
+
+bool is_recorded() {
+  const char* trace = secure_getenv("LUMIPMI_TRACE");
+  return (trace != nullptr && *trace != '\0') ||
+         (is_own_driver() && std::string(driver().transport()).starts_with("replay"));
 }
 
 void set_timeout(uint32_t ms) {

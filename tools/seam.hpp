@@ -13,6 +13,9 @@ void set_lun(uint8_t lun);
 void set_verbose(bool verbose);
 bool verbose();
 
+/// A line on standard error for those who want to know: --verbose.
+void note(const std::string& line);
+
 size_t exchanges();
 const ExchangeRecord& last();
 
@@ -29,5 +32,10 @@ size_t failures_in_a_row();
 /// no liblumipmi-driver to select it in.
 void select_transport(const std::string& transport);
 void set_timeout(uint32_t ms);
+
+/// Where the requests go: the file of the driver and its transport, such as "dev:/dev/ipmi0".
+std::string destination();
+/// Requests go to a recording, or into one.
+bool is_recorded();
 
 }  // namespace tool::seam

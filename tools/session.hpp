@@ -41,6 +41,10 @@ class Session {
   /// driver, so the seam adds it; a driver that cannot address LUNs makes those requests fail.
   void set_lun(uint8_t lun);
 
+  /// Whether SDRs may come from the cache and go there; true at first.
+  void set_cache(bool allowed) { cache_ = allowed; }
+  bool cache() const { return cache_; }
+
   /// Exchanges so far.
   size_t exchanges() const;
   const ExchangeRecord& last() const;
@@ -60,6 +64,7 @@ class Session {
 
  private:
   IpmiHandle* handle_ = nullptr;
+  bool cache_ = true;
 };
 
 /// RAII for Session::set_lun().

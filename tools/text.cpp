@@ -81,6 +81,17 @@ std::string hex_bytes(std::span<const uint8_t> bytes) {
   return result;
 }
 
+std::string guid_text(std::span<const uint8_t, 16> guid) {
+  std::string text;
+  for (size_t i = 0; i < guid.size(); ++i) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
+    const uint8_t byte = guid[guid.size() - 1 - i];
+    text += "0123456789abcdef"[byte >> 4];
+    text += "0123456789abcdef"[byte & 0x0F];
+  }
+  return text;
+}
+
 std::string to_utf8(std::string_view text) {
   return escape_controls(is_utf8(text) ? std::string(text) : from_latin1(text));
 }

@@ -16,6 +16,12 @@ std::string hex_number(uint64_t value, int width = 2);
 /// "0a 43 ff"
 std::string hex_bytes(std::span<const uint8_t> bytes);
 
+/// The BMC sends a GUID with its least significant byte first (IPMI v2.0 rev 1.1, 20.8), so the usual text of RFC 4122
+/// is all sixteen bytes backwards. Many BMCs send the order of SMBIOS or of RFC 4122 itself; ipmitool 1.8.19 picks the
+/// order in which the version digit makes sense, and can print another text for this reason. Nothing is guessed here:
+/// JSON has the bytes as received beside the text.
+std::string guid_text(std::span<const uint8_t, 16> guid);
+
 /// Valid UTF-8 from any bytes: valid UTF-8 stays (control characters escaped as \x0A); otherwise the bytes are taken
 /// as Latin-1. Ends at nothing: NUL is escaped too.
 std::string to_utf8(std::span<const uint8_t> bytes);

@@ -81,7 +81,8 @@ class Sandbox:
         pkgconfig = next(prefix.glob("**/lumipmi.pc")).parent
         self.environment = dict(os.environ, LUMIPMI_DRIVER="vm:127.0.0.1:" + port, PKG_CONFIG_PATH=str(pkgconfig),
                                 PATH="%s/bin:%s" % (prefix, os.environ["PATH"]), MANPATH=str(prefix / "share/man"),
-                                LD_LIBRARY_PATH=str(pkgconfig.parent), CPATH=str(prefix / "include"))
+                                LD_LIBRARY_PATH=str(pkgconfig.parent), CPATH=str(prefix / "include"),
+                                XDG_CACHE_HOME=str(self.folder))
         (self.folder / "docs").symlink_to(ROOT / "docs")
         self.make_library("libbroker.so", PLATFORM_BROKER, "a platform's broker")
 
