@@ -12,12 +12,19 @@ constexpr uint32_t low_bits(int count) {
   return count < 32 ? (1u << count) - 1 : 0xFFFFFFFF;
 }
 
+// What pow() gives, to the last bit, without its time for the exponents that four bits hold.
+double power_of_ten(int8_t exponent) {
+  static constexpr double kPowers[] = {1e-8, 1e-7, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1,
+                                       1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7};
+  return exponent >= -8 && exponent <= 7 ? kPowers[exponent + 8] : std::pow(10.0, exponent);
+}
+
 // The twelve linearizations share this part. One fused multiply-add, not a multiplication and an addition: the last
 // bit of the result differs.
 double linear(int16_t m, int16_t b, int8_t result_exponent, int8_t b_exponent, int16_t x) {
   const double product = m * x;
   const double offset = b;
-  return std::fma(offset, std::pow(10.0, b_exponent), product) * std::pow(10.0, result_exponent);
+  return std::fma(offset, power_of_ten(b_exponent), product) * power_of_ten(result_exponent);
 }
 
 double natural_log(int16_t m, int16_t b, int8_t result_exponent, int8_t b_exponent, int16_t x) {

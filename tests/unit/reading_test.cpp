@@ -112,6 +112,15 @@ TEST(Conversion, MultipliesAndAddsInOneStep) {
   EXPECT_EQ(CalculateFormula[0](-5, -508, 0, -1, 9), -0x1.7f33333333333p+6);
 }
 
+TEST(Conversion, PowersOfTenAreThoseOfPow) {
+  for (int exponent = INT8_MIN; exponent <= INT8_MAX; ++exponent) {
+    volatile double ten = 10;  // not known to the compiler, so that the C library computes it
+    const double power = std::pow(ten, exponent);
+    EXPECT_EQ(CalculateFormula[0](1, 0, static_cast<int8_t>(exponent), 0, 1), power) << exponent;
+    EXPECT_EQ(CalculateFormula[0](0, 1, 0, static_cast<int8_t>(exponent), 1), power) << exponent;
+  }
+}
+
 TEST(Conversion, Linearizations) {
   const Conversion cases[] = {
       {"linear 2.5", 0, 0, 1, 0, -1, 0, 25, 2.5},
