@@ -63,6 +63,19 @@ static Cause parse_host_and_port(const char* name, const char* host, Address& ad
   return LUMIPMI_CAUSE_NONE;
 }
 
+struct Kind {
+  const char* prefix;
+  const Transport* transport;
+  Cause (*parse)(const char* name, const char* rest, Address& address);
+};
+
+constexpr Kind kKinds[] = {
+    {"dev:", &kDevTransport, parse_path},
+    {"vm:", &kVmTransport, parse_host_and_port},
+    {"replay:", &kReplayTransport, parse_file},
+    {"replay-any:", &kReplayAnyTransport, parse_file},
+};
+
 Cause parse_address(const char* name, Address& address) {
   address = Address();
   if (name[0] == '\0') return refuse(name, "it is empty");
@@ -72,21 +85,11 @@ Cause parse_address(const char* name, Address& address) {
     address.transport = &kDevTransport;
     return LUMIPMI_CAUSE_NONE;
   }
-  if (strncmp(name, "dev:", 4) == 0) {
-    address.transport = &kDevTransport;
-    return parse_path(name, name + 4, address);
-  }
-  if (strncmp(name, "vm:", 3) == 0) {
-    address.transport = &kVmTransport;
-    return parse_host_and_port(name, name + 3, address);
-  }
-  if (strncmp(name, "replay:", 7) == 0) {
-    address.transport = &kReplayTransport;
-    return parse_file(name, name + 7, address);
-  }
-  if (strncmp(name, "replay-any:", 11) == 0) {
-    address.transport = &kReplayAnyTransport;
-    return parse_file(name, name + 11, address);
+  for (const Kind& kind : kKinds) {
+    const size_t length = strlen(kind.prefix);
+    if (strncmp(name, kind.prefix, length) != 0) continue;
+    address.transport = kind.transport;
+    return kind.parse(name, name + length, address);
   }
   return refuse(name, "unknown kind");
 }
