@@ -22,7 +22,7 @@ import time
 
 sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path[:0] = [str(ROOT / "tests/e2e"), str(ROOT / "tests/support"), str(ROOT / "sim")]
+sys.path[:0] = [str(ROOT / "tests/support"), str(ROOT / "sim")]
 from hub import Hub  # noqa: E402
 from refbmc import RefBmc  # noqa: E402
 
