@@ -16,6 +16,10 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tests" / "support"))
+from installed import Installed  # noqa: E402
+from refbmc import RefBmc  # noqa: E402
+
 DOCUMENTS = ["README.md", "CONTRIBUTING.md", *sorted(str(p.relative_to(ROOT)) for p in (ROOT / "docs").glob("*.md")),
              "docs/lumipmi.1"]
 COMMAND = re.compile(r"(?:(?:LUMIPMI_\w+|LD_PRELOAD)=\S+ )*(?:\./dev|lumipmi|cmake|cc|man|apt|pass|tests/\S+)(?: |$)")
@@ -71,23 +75,16 @@ def fail(document, what, why):
 class Sandbox:
     """A folder with the installed tree and a reference BMC."""
 
-    def __init__(self, build, folder):
+    def __init__(self, build, bmc, folder):
         self.folder = pathlib.Path(folder)
-        prefix, self.bmc = self.folder / "prefix", self.folder / "bmc"
-        subprocess.run(["cmake", "--install", build, "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
-        self.bmc.mkdir()
-        subprocess.run([ROOT / "sim/start-bmc", "-m", build / "sim", self.bmc], check=True, stdout=subprocess.DEVNULL)
-        port = re.search(r"VM_PORT=(\d+)", (self.bmc / "ports").read_text())[1]
-        pkgconfig = next(prefix.glob("**/lumipmi.pc")).parent
-        self.environment = dict(os.environ, LUMIPMI_DRIVER="vm:127.0.0.1:" + port, PKG_CONFIG_PATH=str(pkgconfig),
+        prefix = self.folder / "prefix"
+        installed = Installed(build, prefix)
+        self.environment = dict(os.environ, LUMIPMI_DRIVER="vm:127.0.0.1:%d" % bmc.vm_port,
                                 PATH="%s/bin:%s" % (prefix, os.environ["PATH"]), MANPATH=str(prefix / "share/man"),
-                                LD_LIBRARY_PATH=str(pkgconfig.parent), CPATH=str(prefix / "include"),
-                                XDG_CACHE_HOME=str(self.folder))
+                                PKG_CONFIG_PATH=str(installed.pkgconfig), LD_LIBRARY_PATH=str(installed.library),
+                                CPATH=str(prefix / "include"), XDG_CACHE_HOME=str(self.folder))
         (self.folder / "docs").symlink_to(ROOT / "docs")
         self.make_library("libbroker.so", PLATFORM_BROKER, "a platform's broker")
-
-    def stop(self):
-        subprocess.run([ROOT / "sim/stop-bmc", self.bmc], stdout=subprocess.DEVNULL)
 
     def make_library(self, name, code, what):
         (self.folder / "mine.c").write_text(code)
@@ -177,13 +174,10 @@ def check(sandbox, document):
 
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
-    with tempfile.TemporaryDirectory() as folder:
-        sandbox = Sandbox(build, folder)
-        try:
-            for document in DOCUMENTS:
-                check(sandbox, document)
-        finally:
-            sandbox.stop()
+    with tempfile.TemporaryDirectory() as folder, RefBmc(module=build / "sim") as bmc:
+        sandbox = Sandbox(build, bmc, folder)
+        for document in DOCUMENTS:
+            check(sandbox, document)
     print("%d commands of %d documents" % (commands_run, len(DOCUMENTS)))
     if failures:
         sys.exit("\n".join(failures))

@@ -9,9 +9,9 @@ import unittest
 
 HERE = pathlib.Path(__file__).resolve()
 sys.path.insert(0, str(HERE.parents[1] / "support"))
+from installed import Installed, example_sources  # noqa: E402
 from refbmc import RefBmc  # noqa: E402
 
-EXAMPLES = HERE.parents[2] / "examples"
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 
@@ -20,14 +20,10 @@ def setUpModule():
     temporary = tempfile.TemporaryDirectory(prefix="examples-")
     unittest.addModuleCleanup(temporary.cleanup)
     folder = pathlib.Path(temporary.name)
-    subprocess.run(["cmake", "--install", os.environ["LUMIPMI_BUILD"], "--prefix", str(folder / "usr")], check=True,
-                   stdout=subprocess.DEVNULL)
-    library = next(folder.glob("usr/**/liblumipmi.so")).parent
-    flags = subprocess.run(["pkg-config", "--cflags", "--libs", "lumipmi"], check=True, text=True, capture_output=True,
-                           env={**os.environ, "PKG_CONFIG_PATH": str(library / "pkgconfig")}).stdout.split()
-    for source in (*EXAMPLES.glob("*.c"), *EXAMPLES.glob("*.cpp")):
-        compiler = [os.environ["CC"], "-std=gnu99"] if source.suffix == ".c" else [os.environ["CXX"], "-std=c++20"]
-        subprocess.run([*compiler, *WARNINGS, str(source), *flags, "-o", str(folder / source.stem)], check=True)
+    installed = Installed(os.environ["LUMIPMI_BUILD"], folder / "usr")
+    library = installed.library
+    for source in example_sources():
+        installed.compile(source, folder / source.stem, os.environ["CC"], os.environ["CXX"], *WARNINGS)
     bmc = RefBmc().start()
     unittest.addModuleCleanup(bmc.stop)
 
