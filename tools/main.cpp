@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -105,6 +106,36 @@ void add_footers(CLI::App& app) {
   }
 }
 
+struct Command {
+  const char* name;
+  void (*add)(CLI::App& app, Context& context);
+};
+
+/// In the order of the help.
+constexpr Command kCommands[] = {
+    {"info", add_info},       {"sensors", add_sensors}, {"sdr", add_sdr},           {"sel", add_sel},
+    {"fru", add_fru},         {"chassis", add_chassis}, {"watchdog", add_watchdog}, {"lan", add_lan},
+    {"channel", add_channel}, {"user", add_user},       {"session", add_session},   {"sol", add_sol},
+    {"serial", add_serial},   {"pef", add_pef},         {"sysinfo", add_sysinfo},   {"payload", add_payload},
+    {"key", add_key},         {"hw", add_hw},           {"defaults", add_defaults}, {"debug-level", add_debug_level},
+    {"cache", add_cache},     {"raw", add_raw},         {"status", add_status},
+};
+
+bool asks_for_help(const std::string& word) {
+  const bool short_flags = word.starts_with('-') && !word.starts_with("--");
+  return word == "--help" || (short_flags && word.find('h') != std::string::npos);
+}
+
+/// All commands, or only those that the words name where no others can be meant: to make them all takes three quarters
+/// of the start.
+void add_commands(CLI::App& app, Context& context, const std::vector<std::string>& words) {
+  const auto named = [&words](const Command& command) { return std::ranges::count(words, command.name) != 0; };
+  const bool all = std::ranges::none_of(kCommands, named) || std::ranges::any_of(words, asks_for_help) ||
+                   words.front().starts_with("__");
+  for (const Command& command : kCommands)
+    if (all || named(command)) command.add(app, context);
+}
+
 Exit run(Context& context, const std::string& command, const StandardOutput& output) {
   Document document;
   std::optional<Failure> failure;
@@ -129,40 +160,19 @@ Exit run_tool(int argc, char** argv) {
   app.fallthrough();  // the options of all commands may stand behind the command, too
   app.require_subcommand(1);
   add_options(app, context, options);
-  add_info(app, context);
-  add_sensors(app, context);
-  add_sdr(app, context);
-  add_sel(app, context);
-  add_fru(app, context);
-  add_chassis(app, context);
-  add_watchdog(app, context);
-  add_lan(app, context);
-  add_channel(app, context);
-  add_user(app, context);
-  add_session(app, context);
-  add_sol(app, context);
-  add_serial(app, context);
-  add_pef(app, context);
-  add_sysinfo(app, context);
-  add_payload(app, context);
-  add_key(app, context);
-  add_hw(app, context);
-  add_defaults(app, context);
-  add_debug_level(app, context);
-  add_cache(app, context);
-  add_raw(app, context);
-  add_status(app, context);
+  const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  add_commands(app, context, words);
   add_footers(app);
   app.footer(
       "Exit status: 0 success, 1 output failed, 2 usage, 3 no BMC, 4 refused, 5 shown in part, 6 timed out.\n"
       "The manual page lumipmi(1) tells more.");
 
-  if (argc > 1 && std::string(argv[1]) == "__complete") {  // asked by lumipmi.bash
-    StandardOutput().write(completions(app, {argv + 2, argv + argc}));
+  if (!words.empty() && words.front() == "__complete") {  // asked by lumipmi.bash
+    StandardOutput().write(completions(app, {words.begin() + 1, words.end()}));
     return Exit::Ok;
   }
-  if (argc > 1 && std::string(argv[1]) == "__man") {  // makes docs/lumipmi.1
-    StandardOutput().write(manual_page(app, argc > 2 ? argv[2] : "docs/lumipmi.1.in"));
+  if (!words.empty() && words.front() == "__man") {  // makes docs/lumipmi.1
+    StandardOutput().write(manual_page(app, words.size() > 1 ? words[1] : "docs/lumipmi.1.in"));
     return Exit::Ok;
   }
   try {

@@ -332,6 +332,8 @@ class Options(ToolCase):
                      "--verbose", "--yes", "--color", "--version"):
             self.assertIn(word, help.out)
         self.assertIn("NETFN", self.tool("raw", "--help").out)
+        for words in (["-h"], ["--driver", "sel", "--help"], ["--driver", "status", "-vh"]):  # values, not commands
+            self.assertEqual(self.tool(*words).out, help.out)
         self.assertRegex(self.tool("--version").out, r"^lumipmi \d+\.\d+\.\d+\n$")
 
     def test_verbose(self):
