@@ -8,10 +8,6 @@
 namespace lumi {
 namespace {
 
-constexpr uint32_t low_bits(int count) {
-  return count < 32 ? (1u << count) - 1 : 0xFFFFFFFF;
-}
-
 // What pow() gives, to the last bit, without its time for the exponents that four bits hold.
 double power_of_ten(int8_t exponent) {
   static constexpr double kPowers[] = {1e-8, 1e-7, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1,
@@ -74,16 +70,6 @@ double cube_root(int16_t m, int16_t b, int8_t result_exponent, int8_t b_exponent
 }
 
 }  // namespace
-
-int32_t signed_data(int32_t format, uint32_t value, uint8_t width) {
-  if (format == kUnsigned) return static_cast<int32_t>(value & low_bits(width));
-  const int sign = width <= 1 ? 0 : width - 1;
-  const bool negative = sign < 32 && (value >> sign & 1) != 0;
-  // Only a negative value is cut to its width: the bits above a positive one stay, which is part of the interface.
-  if (negative && format == kOnesComplement) return -static_cast<int32_t>(~value & low_bits(sign));
-  if (negative && format == kTwosComplement) return static_cast<int32_t>(value | ~low_bits(sign));
-  return static_cast<int32_t>(value);
-}
 
 }  // namespace lumi
 

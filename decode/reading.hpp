@@ -10,8 +10,20 @@ namespace lumi {
 /// Analog data formats of a sensor; others are kept as they are.
 enum AnalogFormat : int32_t { kUnsigned = 0, kOnesComplement = 1, kTwosComplement = 2 };
 
+constexpr uint32_t low_bits(int count) {
+  return count < 32 ? (1u << count) - 1 : 0xFFFFFFFF;
+}
+
 /// What ipmi_hlp_get_signed_data() does.
-int32_t signed_data(int32_t format, uint32_t value, uint8_t width);
+constexpr int32_t signed_data(int32_t format, uint32_t value, uint8_t width) {
+  if (format == kUnsigned) return static_cast<int32_t>(value & low_bits(width));
+  const int sign = width <= 1 ? 0 : width - 1;
+  const bool negative = sign < 32 && (value >> sign & 1) != 0;
+  // Only a negative value is cut to its width: the bits above a positive one stay, which is part of the interface.
+  if (negative && format == kOnesComplement) return -static_cast<int32_t>(~value & low_bits(sign));
+  if (negative && format == kTwosComplement) return static_cast<int32_t>(value | ~low_bits(sign));
+  return static_cast<int32_t>(value);
+}
 
 /// A 10-bit two's complement number: bits 9:8 are byte[7:6] of high.
 inline int16_t signed_10bit(uint8_t low, uint8_t high) {
