@@ -8,6 +8,7 @@ import collections
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -71,6 +72,12 @@ def run_qemu(build):
     for row, total in zip(rows, totals):
         row["total"] = total
     return rows
+
+
+def chosen_functions(rows):
+    """The functions of the C library that it chose for this processor, out of several: they decide the counts."""
+    names = {name for row in rows if row["library"] == "lumipmi" for name in row["functions"]}
+    return sorted(name for name in names if re.search(r"_(sse|avx|evex|fma|erms)", name))
 
 
 def measure(rows):
