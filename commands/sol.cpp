@@ -40,7 +40,7 @@ extern "C" uint32_t ipmi_hlp_get_sol_version(const IpmiHandle* handle) {
   if (handle->params.interfaceType == 2 || handle->params.interfaceType == 4) {
     if (handle->workArea == nullptr) return IPMI_SOL_UNSUPPORTED;
     uint32_t version;
-    std::memcpy(&version, handle->workArea + 4 * sizeof version, sizeof version);
+    std::memcpy(&version, handle->workArea + kSolVersionOffset, sizeof version);
     return version;
   }
   if (handle->ipmiVersionLevel == kIpmi15) return IPMI_SOL_PRE_STANDARD;

@@ -34,7 +34,7 @@ extern "C" uint32_t ipmi_connect(const IpmiConnectParams* params, IpmiHandle** o
   handle->bmcAddress = kBmcAddress;
   handle->ipmiVersionLevel = kIpmi20;
   handle->workArea = static_cast<uint8_t*>(block) + sizeof(IpmiHandle);
-  std::memset(handle->workArea, 0, kWorkAreaSize);           // interface types 2 and 4 read the SOL version from it
+  std::memset(handle->workArea, 0, kSolVersionOffset + sizeof(uint32_t));
   (void)pthread_mutex_init(request_lock(*handle), nullptr);  // cannot fail for a default mutex
   *out = handle;
   return kOk;

@@ -11,6 +11,8 @@
 namespace lumi {
 
 constexpr size_t kWorkAreaSize = 4096;
+/// Where interface types 2 and 4 keep the SOL version in the work area. Nothing else of it is read.
+constexpr size_t kSolVersionOffset = 4 * sizeof(uint32_t);
 constexpr uint8_t kBmcAddress = 0x20;
 constexpr uint8_t kMaxChannel = 15;
 
