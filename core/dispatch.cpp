@@ -40,12 +40,6 @@ void random_pause(uint32_t base) {
   sleep_ms(static_cast<uint32_t>(uint64_t{r} * 500 / 2147483647) + base);
 }
 
-// What the driver wrote: the completion code and the data behind it.
-struct Answer {
-  uint8_t bytes[255];
-  uint32_t length;
-};
-
 // Fills the answer, or returns why there is none. The answer keeps its first content when no retry period is allowed.
 Status exchange(const IpmiRequest& request, int retry_count, Answer& answer) {
   const int periods = retry_count == -1 ? kDefaultRetryPeriods : retry_count + 1;
@@ -69,21 +63,11 @@ Status exchange(const IpmiRequest& request, int retry_count, Answer& answer) {
 
 }  // namespace
 
-Status send_request(const IpmiRequest& request, IpmiResponse& response, IpmiHandle& handle) {
-  Answer answer = {{}, sizeof answer.bytes};
-  {
-    LockGuard lock(request_lock(handle));
-    LUMI_TRY(exchange(request, handle.params.retryCount, answer));
-  }
-  response.completionCode = answer.bytes[0];
-  const uint32_t data_length = answer.length - 1;
-  if (response.completionCode != 0 || response.dataLength < data_length) {
-    response.dataLength = 0;
-    return IPMI_STATUS_BMC_BASE + response.completionCode;
-  }
-  response.dataLength = static_cast<uint16_t>(data_length);
-  if (data_length != 0 && response.data != nullptr) std::memcpy(response.data, answer.bytes + 1, data_length);
-  return kOk;
+Status transact(const IpmiRequest& request, Answer& answer, IpmiHandle& handle) {
+  std::memset(answer.bytes, 0, sizeof answer.bytes);  // an answer shorter than it says must not show what lay here
+  answer.length = sizeof answer.bytes;
+  LockGuard lock(request_lock(handle));
+  return exchange(request, handle.params.retryCount, answer);
 }
 
 }  // namespace lumi

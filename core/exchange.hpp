@@ -48,6 +48,19 @@ struct Reply {
   constexpr Reply offering(uint16_t room) const { return {room, minimum, short_reply}; }
 };
 
+/// What the driver wrote: the completion code and the data behind it.
+struct Answer {
+  uint8_t bytes[255];
+  uint32_t length;
+
+  uint8_t completion() const { return bytes[0]; }
+  uint32_t data_length() const { return length - 1; }
+  /// What the completion code means, and the length for a caller with that much room.
+  Status judge(uint32_t room) const {
+    return completion() != 0 || data_length() > room ? IPMI_STATUS_BMC_BASE + completion() : kOk;
+  }
+};
+
 class Exchange {
  public:
   Exchange(IpmiHandle* handle, NetFn net_fn, uint8_t cmd, Privilege privilege)
@@ -77,7 +90,7 @@ class Exchange {
   }
 
   /// The data behind the completion code; empty before a successful send().
-  ByteReader reply() const { return ByteReader(reply_, reply_length_); }
+  ByteReader reply() const { return ByteReader(answer_.bytes + 1, reply_length_); }
   /// The completion code of the reply.
   uint8_t completion() const { return completion_; }
 
@@ -87,10 +100,13 @@ class Exchange {
   IpmiHandle* handle_;
   IpmiRequest request_;
   ByteWriter<255> data_;
-  uint8_t reply_[255];
+  Answer answer_;  // set by send()
   uint16_t reply_length_ = 0;
   uint8_t completion_ = 0;
 };
+
+/// Sends under the handle's lock, and again while the BMC is busy. Fills the answer, or returns why there is none.
+[[nodiscard]] Status transact(const IpmiRequest& request, Answer& answer, IpmiHandle& handle);
 
 /// What ipmi_send_request() does.
 [[nodiscard]] Status send_request(const IpmiRequest& request, IpmiResponse& response, IpmiHandle& handle);

@@ -14,13 +14,13 @@ thread_local IpmiRequest g_request = {};  // as the command function built it
 }  // namespace
 
 // The dispatcher, seen on its way in: privilege and responder do not reach the driver.
-lumi::Status real_send_request(const IpmiRequest&, IpmiResponse&, IpmiHandle&) __asm__(
-    "__real__ZN4lumi12send_requestERK11IpmiRequestR12IpmiResponseR10IpmiHandle");
-lumi::Status wrap_send_request(const IpmiRequest&, IpmiResponse&, IpmiHandle&) __asm__(
-    "__wrap__ZN4lumi12send_requestERK11IpmiRequestR12IpmiResponseR10IpmiHandle");
-lumi::Status wrap_send_request(const IpmiRequest& request, IpmiResponse& response, IpmiHandle& handle) {
+lumi::Status real_transact(const IpmiRequest&, lumi::Answer&,
+                           IpmiHandle&) __asm__("__real__ZN4lumi8transactERK11IpmiRequestRNS_6AnswerER10IpmiHandle");
+lumi::Status wrap_transact(const IpmiRequest&, lumi::Answer&,
+                           IpmiHandle&) __asm__("__wrap__ZN4lumi8transactERK11IpmiRequestRNS_6AnswerER10IpmiHandle");
+lumi::Status wrap_transact(const IpmiRequest& request, lumi::Answer& answer, IpmiHandle& handle) {
   g_request = request;
-  return real_send_request(request, response, handle);
+  return real_transact(request, answer, handle);
 }
 
 extern "C" int32_t IPMI_DoIPMICmd(uint8_t netFn, uint8_t cmd, const uint8_t* data, uint16_t dataLength,
