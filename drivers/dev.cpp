@@ -153,11 +153,20 @@ int receive_next(const Link& link, ipmi_recv& message, Answer& answer) {
   return result >= 0 || errno == EMSGSIZE ? 0 : errno;
 }
 
+/// Linux neither answers nor wakes poll() when the interface goes away while a request is under way.
+bool is_gone(const Link& link) {
+  unsigned address = 0;
+  return system_calls->ioctl(link.fd, IPMICTL_GET_MY_ADDRESS_CMD, &address) < 0 && errno == ENODEV;
+}
+
 Cause await_answer(Link& link, const Request& request, Answer& answer, const Deadline& deadline) {
+  constexpr int kLookMs = 500;  // how often to see whether the device is still there
   while (!deadline.passed()) {
     pollfd device = {.fd = link.fd, .events = POLLIN, .revents = 0};
-    const int ready = system_calls->poll(&device, 1, deadline.poll_ms());
+    const int left = deadline.poll_ms();
+    const int ready = system_calls->poll(&device, 1, left < kLookMs ? left : kLookMs);
     if (ready < 0 && errno != EINTR) return lose(link, errno, "wait for the answer");
+    if (ready == 0 && is_gone(link)) return lose(link, ENODEV, "wait for the answer");
     if (ready <= 0) continue;
     if ((device.revents & POLLIN) == 0) return lose(link, ENODEV, "wait for the answer");  // the interface is gone
 

@@ -53,7 +53,7 @@ class FakeKernel {
   FakeKernel& operator=(const FakeKernel&) = delete;
 
   // Orders, to be given before the exchange. Errors are used up from the front; 0 lets a call through.
-  std::deque<int> open_errors = {}, send_errors = {}, poll_errors = {}, receive_errors = {};
+  std::deque<int> open_errors = {}, send_errors = {}, poll_errors = {}, receive_errors = {}, look_errors = {};
   std::function<void(const Sent&)> on_send = [this](const Sent& request) { answer(request); };
   short ready = POLLIN;
 
@@ -117,6 +117,7 @@ class FakeKernel {
     const Lock lock(current_->mutex_);
     if (request == IPMICTL_SEND_COMMAND) return current_->send(fd, *static_cast<ipmi_req*>(argument));
     if (request == IPMICTL_RECEIVE_MSG_TRUNC) return current_->receive(fd, *static_cast<ipmi_recv*>(argument));
+    if (request == IPMICTL_GET_MY_ADDRESS_CMD) return fails(current_->look_errors) ? -1 : 0;
     current_->problem = "unknown ioctl";
     errno = ENOTTY;
     return -1;
@@ -264,6 +265,12 @@ TEST_F(DevTest, Failures) {
        kAmple, 2},
       {"gone while waiting", [](FakeKernel& k) { k.ready = POLLERR | POLLHUP; }, LUMIPMI_CAUSE_NO_DEVICE,
        "no such device", kAmple, 2},
+      {"gone without a word",
+       [&](FakeKernel& k) {
+         k.on_send = silence;
+         k.look_errors = {ENODEV};
+       },
+       LUMIPMI_CAUSE_NO_DEVICE, "no such device", kAmple, 2},
       {"receive fails", [](FakeKernel& k) { k.receive_errors = {EIO}; }, LUMIPMI_CAUSE_IO, "cannot receive", kAmple, 2},
       {"empty answer", [](FakeKernel& k) { k.on_send = deliver(k, {{.bytes = {}}}); }, LUMIPMI_CAUSE_IO,
        "without a completion code"},
@@ -288,7 +295,7 @@ TEST_F(DevTest, Failures) {
     }
 
     // Once the cause is gone the next exchange works.
-    kernel.open_errors = kernel.send_errors = kernel.poll_errors = kernel.receive_errors = {};
+    kernel.open_errors = kernel.send_errors = kernel.poll_errors = kernel.receive_errors = kernel.look_errors = {};
     kernel.ready = POLLIN;
     kernel.on_send = [&kernel](const Sent& sent) { kernel.answer(sent); };
     lumipmi_driver_set_timeout(kAmple);
