@@ -91,7 +91,7 @@ class Exchange {
 
   /// The data behind the completion code; empty before a successful send().
   ByteReader reply() const { return ByteReader(answer_.bytes + 1, reply_length_); }
-  /// The completion code of the reply.
+  /// The completion code when send() has failed for it, else 0.
   uint8_t completion() const { return completion_; }
 
  private:
