@@ -431,8 +431,9 @@ TEST(Hardware, BootOptions) {
   const struct {
     uint8_t code, device, instance;
     bool read_back;
-  } devices[] = {{0, 0x00, 0, false}, {1, 0x04, 0, false}, {15, 0x3C, 0, false}, {16, 0x3C, 0x1F, true},
-                 {17, 0x18, 1, true}, {20, 0x18, 4, true}, {21, 0x2C, 0, false}, {22, 0x2C, 1, false}};
+  } devices[] = {{0, 0x00, 0, false},  {1, 0x04, 0, false}, {15, 0x3C, 0, false}, {16, 0x3C, 0x1F, true},
+                 {17, 0x18, 1, true},  {18, 0x18, 2, true}, {19, 0x18, 3, true},  {20, 0x18, 4, true},
+                 {21, 0x2C, 0, false}, {22, 0x2C, 1, false}};
   for (const auto& row : devices) {
     SCOPED_TRACE(row.code);
     uint8_t device = 0xA5;
