@@ -28,7 +28,7 @@ TEST(Message, Text) {
   EXPECT_EQ(eight.content(), std::string("on\0\xA5\xA5\xA5\xA5\0", 8)) << "the last byte, too, becomes NUL";
 
   GuardedBytes id(9, 0xA5);
-  EXPECT_STREQ(ipmi_hlp_get_msg_id("Non-R 1\xE9", 9, id.text()), "Non_R_1_");
+  EXPECT_STREQ(ipmi_hlp_get_msg_id("Non-A 1\xE9", 9, id.text()), "Non_A_1_");
   EXPECT_STREQ(ipmi_hlp_get_msg_id("Z[a`{@/:", 9, id.text()), "Z_a_____");
   EXPECT_STREQ(ipmi_hlp_get_msg_id("9z0123456", 9, id.text()), "9z012345");
   GuardedBytes nothing(0);
