@@ -13,6 +13,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "tools/text.hpp"
+
 namespace tool {
 
 namespace {
@@ -84,23 +86,14 @@ bool is_hex(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789abcdef") == text.npos;
 }
 
-std::string hex(std::span<const uint8_t> bytes) {
-  std::string text;
-  for (const uint8_t byte : bytes) {
-    text += "0123456789abcdef"[byte >> 4];
-    text += "0123456789abcdef"[byte & 0x0F];
-  }
-  return text;
-}
-
 std::string name_of(const Bytes& key) {
-  return hex(key) + std::string(kSuffix);
+  return hex_bytes(key, "") + std::string(kSuffix);
 }
 
 std::string temporary_name() {
   uint8_t random[8] = {};
   if (getrandom(random, sizeof random, 0) != sizeof random) return "";
-  return "." + hex(random) + std::string(kTemporarySuffix);
+  return "." + hex_bytes(random, "") + std::string(kTemporarySuffix);
 }
 
 /// The names that this file gives: others in the folder are somebody else's.
@@ -283,10 +276,12 @@ std::optional<SdrImage> SdrCache::read(const std::string& name) {
     problem_ = path_ + "/" + name + ": no file of the user alone";
   else if (!read_all(fd, bytes))
     fail(path_ + "/" + name);
-  else if (image = unpack(bytes); !image || name_of(image->key) != name)
-    problem_ = path_ + "/" + name + ": damaged, or of another version or BMC";
+  else {
+    image = unpack(bytes);
+    if (image && name_of(image->key) != name) image.reset();
+    if (!image) problem_ = path_ + "/" + name + ": damaged, or of another version or BMC";
+  }
   (void)close(fd);
-  if (image && name_of(image->key) != name) image.reset();
   return image;
 }
 

@@ -70,11 +70,11 @@ std::string hex_number(uint64_t value, int width) {
   return text;
 }
 
-std::string hex_bytes(std::span<const uint8_t> bytes) {
+std::string hex_bytes(std::span<const uint8_t> bytes, std::string_view separator) {
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string result;
   for (const uint8_t byte : bytes) {
-    if (!result.empty()) result += ' ';
+    if (!result.empty()) result += separator;
     result += kDigits[byte >> 4];
     result += kDigits[byte & 0x0F];
   }
@@ -82,13 +82,9 @@ std::string hex_bytes(std::span<const uint8_t> bytes) {
 }
 
 std::string guid_text(std::span<const uint8_t, 16> guid) {
-  std::string text;
-  for (size_t i = 0; i < guid.size(); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    const uint8_t byte = guid[guid.size() - 1 - i];
-    text += "0123456789abcdef"[byte >> 4];
-    text += "0123456789abcdef"[byte & 0x0F];
-  }
+  const std::vector<uint8_t> backwards(guid.rbegin(), guid.rend());
+  std::string text = hex_bytes(backwards, "");
+  for (const size_t at : {8u, 13u, 18u, 23u}) text.insert(at, "-");
   return text;
 }
 

@@ -14,7 +14,7 @@ namespace tool {
 /// "0x0A"; width in digits.
 std::string hex_number(uint64_t value, int width = 2);
 /// "0a 43 ff"
-std::string hex_bytes(std::span<const uint8_t> bytes);
+std::string hex_bytes(std::span<const uint8_t> bytes, std::string_view separator = " ");
 
 /// The BMC sends a GUID with its least significant byte first (IPMI v2.0 rev 1.1, 20.8), so the usual text of RFC 4122
 /// is all sixteen bytes backwards. Many BMCs send the order of SMBIOS or of RFC 4122 itself; ipmitool 1.8.19 picks the
